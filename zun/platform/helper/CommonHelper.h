@@ -40,7 +40,8 @@ ZUN_API void* loadLibrary(std::string const& path, std::string& error);
 ZUN_API void* getSymbol(void* library, char const* name, std::string& error);
 ZUN_API void freeLibrary(void* library);
 
-/// Writes a line and its line end to the process's standard output, after what stdio and std::wcout still hold.
+/// Writes a line and its line end to the process's standard output, after what stdio and std::wcout still
+/// hold.
 ZUN_API void writeLineToStandardOutput(std::string_view utf8);
 
 } // namespace orvane_com::zun::helper

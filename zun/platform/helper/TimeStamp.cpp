@@ -1,0 +1,48 @@
+#include <zun/platform/helper/CommonHelper.h>
+
+#include <chrono>
+#include <ctime>
+
+namespace orvane_com::zun::helper {
+
+namespace {
+
+/// The text of one second: what the lines of that second share.
+struct Second {
+    std::time_t time = -1;
+    std::size_t length = 0;
+    char text[32];
+};
+
+char digit(long number) {
+    return static_cast<char>('0' + number % 10);
+}
+
+void format(Second& second, std::time_t time) {
+    std::tm local{};
+    localtime_r(&time, &local);
+    second.length = std::strftime(second.text, sizeof(second.text), "%Y-%m-%d %H:%M:%S", &local);
+    second.time = time;
+}
+
+} // namespace
+
+void appendTimeStamp(std::string& text) {
+    using namespace std::chrono;
+    thread_local Second second;
+    auto const now = time_point_cast<milliseconds>(system_clock::now());
+    auto const whole = floor<seconds>(now);
+    if (std::time_t const time = system_clock::to_time_t(whole); time != second.time)
+        format(second, time);
+    auto const thousandths = static_cast<long>((now - whole).count());
+    char const fraction[] = {'.', digit(thousandths / 100), digit(thousandths / 10), digit(thousandths)};
+    text.append(second.text, second.length).append(fraction, sizeof(fraction));
+}
+
+std::wstring timeStamp() {
+    std::string text;
+    appendTimeStamp(text);
+    return {text.begin(), text.end()};
+}
+
+} // namespace orvane_com::zun::helper
