@@ -6,9 +6,9 @@
 
 // The diagnostic front door: what every class of the library, and every program on it, reports through.
 //
-// A report is a pair of wide texts: the group, a short name of the reporting area, and the message. A null one
-// is a programming error that ends the process with an assertion. A report below the minimum level takes no
-// lock and allocates nothing. Every function may be called by any thread and leaves errno as it found it.
+// A report is a pair of wide texts: the group, a short name of the reporting area, and the message. A null
+// one is a programming error that ends the process with an assertion. A report below the minimum level takes
+// no lock and allocates nothing. Every function may be called by any thread and leaves errno as it found it.
 
 ZUN_API void logMessage(orvane_com::zun::logger::LogLevel const& level, wchar_t const* group,
                         wchar_t const* message);
@@ -71,8 +71,9 @@ ZUN_API int runMainWithLogging(int (*mainFunction)(int, char**), int argc, char*
 
 class ATraceStack;
 
-/// What the thread is doing, from the object's making to its end: every logError of the thread writes its open
-/// traces before the error. Traces belong to the thread that made them and end in reverse order of their making.
+/// What the thread is doing, from the object's making to its end: every logError of the thread writes its
+/// open traces before the error. Traces belong to the thread that made them and end in reverse order of their
+/// making.
 class ZUN_API ATrace {
 public:
     /// Without group and message, at information level; logs nothing.

@@ -41,12 +41,12 @@ class AFrontDoor;
 
 namespace orvane_com::zun::logger {
 
-/// The process's log: each accepted message becomes one line in every attached file, or on standard output when
-/// none is attached. Files and standard output are UTF-8 in every locale.
+/// The process's log: each accepted message becomes one line in every attached file, or on standard output
+/// when none is attached. Files and standard output are UTF-8 in every locale.
 ///
 /// A file that grew over the limit is rotated into numbered backups before the next line; a file that was
-/// deleted, or replaced by another, is opened anew. Several processes may write one file: a line is appended by
-/// one write, and a rotation is done by one process at a time.
+/// deleted, or replaced by another, is opened anew. Several processes may write one file: a line is appended
+/// by one write, and a rotation is done by one process at a time.
 ///
 /// Any thread may call any member except GetLogger's first call and FreeLogger. No member throws or reports a
 /// failed write: a line that cannot be written is lost, a file that cannot be reopened is detached.
@@ -76,9 +76,10 @@ public:
     /// A line with its group and level tag.
     void logMessage(LogLevel const& level, std::wstring const& group, std::wstring const& message);
 
-    /// A line with a message of the built-in table, its %s places filled in order. An unknown id gives an empty
-    /// text.
-    void logMessage(LogLevel const& level, eComponent const& component, long const& id, MultiArgs const& arguments);
+    /// A line with a message of the built-in table, its %s places filled in order. An unknown id gives an
+    /// empty text.
+    void logMessage(LogLevel const& level, eComponent const& component, long const& id,
+                    MultiArgs const& arguments);
 
     /// The same; null arguments are skipped.
     void logMessage(LogLevel const& level, eComponent const& component, long const& id,
@@ -123,9 +124,9 @@ public:
     /// Does nothing and returns true.
     bool EnforcePolicy() override;
 
-    /// Takes the logging policy from four texts: three numbers read as booleans and a size in KiB. A text that
-    /// is no number reads as false or 0, a number that is neither 0 nor 1 as true, a blank text changes nothing.
-    /// Detail logging sets the minimum level to Debug, otherwise it becomes Info. Returns true.
+    /// Takes the logging policy from four texts: three numbers read as booleans and a size in KiB. A text
+    /// that is no number reads as false or 0, a number that is neither 0 nor 1 as true, a blank text changes
+    /// nothing. Detail logging sets the minimum level to Debug, otherwise it becomes Info. Returns true.
     bool EnforcePolicy(std::wstring const& loggingEnabled, std::wstring const& detailLogging,
                        std::wstring const& rotationEnabled, std::wstring const& maxLogFileSize);
 
@@ -138,6 +139,10 @@ private:
 
     /// False for a level below the minimum. Takes no lock.
     bool passes(LogLevel level) const { return level >= m_minLogLevel.load(std::memory_order_relaxed); }
+
+    /// Writes a line that `buildLine` appends to its prefix, when the gate is open for the level.
+    template <typename BuildLine>
+    void writeLine(LogLevel level, BuildLine const& buildLine);
 
     /// Writes a group line whose message is the given pieces, one after the other.
     void writeGroupLine(LogLevel level, std::wstring_view group,

@@ -31,11 +31,11 @@ public:
     /// with a line in the system's log, when the environment cannot be set; the table then stays closed.
     static bool initialize();
 
-    /// The text with its argument places. False for an unknown id, which empties `text`, and before initialize,
-    /// which leaves it as it was.
+    /// The text with its argument places. False for an unknown id, which empties `text`, and before
+    /// initialize, which leaves it as it was.
     bool getRawMessage(std::wstring& text) const;
 
-    /// As getRawMessage, but false leaves `text` as it was, and initialize is not asked for.
+    /// As getRawMessage, but false always leaves `text` as it was.
     bool getCatalogMessage(std::wstring& text) const;
 
 private:

@@ -1,0 +1,191 @@
+#include <zun/linux/log.h>
+#include <zun/linux/requireTexts.h>
+
+#include <boost/thread/tss.hpp>
+
+#include <cerrno>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+namespace logger = orvane_com::zun::logger;
+
+using logger::ILogger;
+using logger::LogLevel;
+
+/// What the front door may do that other callers of the logger may not: hand over a message in pieces.
+class AFrontDoor {
+public:
+    static void write(LogLevel level, wchar_t const* group,
+                      std::initializer_list<std::wstring_view> message) {
+        ILogger* const instance = ILogger::GetLogger();
+        if (instance->passes(level))
+            instance->writeGroupLine(level, group, message);
+    }
+};
+
+namespace {
+
+/// The threads' trace stacks. They are never destroyed: other static objects may report until the process
+/// ends, and the traces of a main function that calls exit stay on its call stack.
+boost::thread_specific_ptr<ATraceStack>& threadStacks() {
+    static auto* const t_Stack = new boost::thread_specific_ptr<ATraceStack>;
+    return *t_Stack;
+}
+
+} // namespace
+
+void logMessage(LogLevel const& level, wchar_t const* group, wchar_t const* message) {
+    requireTexts(group, message);
+    AFrontDoor::write(level, group, {message});
+}
+
+void logDetail(wchar_t const* group, wchar_t const* message) {
+    logMessage(logger::Debug, group, message);
+}
+
+void logInfo(wchar_t const* group, wchar_t const* message) {
+    logMessage(logger::Info, group, message);
+}
+
+void logErrorNoStack(wchar_t const* group, wchar_t const* message) {
+    logMessage(logger::Err, group, message);
+}
+
+void logError(wchar_t const* group, wchar_t const* message) {
+    requireTexts(group, message);
+    getThreadTraceStack()->log(group, message);
+}
+
+void logInternalError(wchar_t const* group, wchar_t const* message) {
+    requireTexts(group, message);
+    AFrontDoor::write(logger::Err, group, {L"internal error: ", message});
+}
+
+void logResult(wchar_t const* group, wchar_t const* message) {
+    requireTexts(group, message);
+    AFrontDoor::write(logger::Debug, group, {L"=", message});
+}
+
+void logErrno(wchar_t const* group) {
+    int const error = errno;
+    logError(group, AString(std::generic_category().message(error).c_str()));
+    errno = error;
+}
+
+bool logErrnoIf(wchar_t const* group, bool failed) {
+    if (failed)
+        logErrno(group);
+    return failed;
+}
+
+bool isDetailLoggingEnabled() {
+    return ILogger::GetLogger()->isDetailLoggingEnabled();
+}
+
+bool logDetailListContains(char const*) {
+    return false;
+}
+
+void setupLog(wchar_t const* name, wchar_t const*, bool, bool skipAttach) {
+    ILogger* const instance = ILogger::GetLogger();
+    if (!skipAttach)
+        instance->attach(name);
+    instance->Start();
+    instance->setMinLogLevel(logger::Info);
+}
+
+void finishLog() {}
+
+void setLogging(bool on) {
+    if (!on)
+        ILogger::GetLogger()->setMinLogLevel(logger::Crit);
+}
+
+void setLogLevelDetailed(bool detailed) {
+    ILogger::GetLogger()->setMinLogLevel(detailed ? logger::Debug : logger::Info);
+}
+
+void setLogFileSize(unsigned long kilobytes) {
+    ILogger::GetLogger()->setMaxLogFileSize(static_cast<long>(kilobytes << 10));
+}
+
+void setMaxRollovers(unsigned long count) {
+    ILogger::GetLogger()->setNumberOfBackupLogs(static_cast<long>(count == 0 ? 1 : count));
+}
+
+bool setupMainThreadForLogging(void (*body)()) {
+    ADetailTrace const trace(L"Log", L"Main thread");
+    body();
+    logInfo(L"Log", L"Exit program");
+    return true;
+}
+
+int runMainWithLogging(int (*mainFunction)(int, char**), int argc, char** argv, wchar_t const* name,
+                       wchar_t const* second, bool skipAttach) {
+    setupLog(name, second, false, skipAttach);
+    ADetailTrace const trace(L"Log", L"Main thread");
+    int const result = mainFunction(argc, argv);
+    logInfo(L"Log", L"Exit program");
+    return result;
+}
+
+ATrace::ATrace() : m_stack(getThreadTraceStack()), m_previous(m_stack->m_top), m_detail(false) {
+    m_stack->m_top = this;
+}
+
+ATrace::ATrace(wchar_t const* group, wchar_t const* message, bool detail, bool logNow)
+    : m_stack(getThreadTraceStack()), m_previous(m_stack->m_top), m_group(group), m_detail(detail) {
+    set(message, logNow);
+    m_stack->m_top = this;
+}
+
+ATrace::~ATrace() {
+    m_stack->m_top = m_previous;
+}
+
+void ATrace::set(wchar_t const* message, bool logNow) {
+    m_message = message;
+    if (logNow)
+        log();
+}
+
+void ATrace::log() const {
+    if (m_detail)
+        logDetail(m_group, m_message);
+    else
+        logInfo(m_group, m_message);
+}
+
+void ATrace::chainLog() const {
+    if (m_previous)
+        m_previous->chainLog();
+    AFrontDoor::write(logger::Err, m_group, {L" [", m_message.const_cpp_str().c_str(), L"]->"});
+}
+
+AnInfoTrace::AnInfoTrace(wchar_t const* group, wchar_t const* message)
+    : ATrace(group, message, false, true) {}
+
+ADetailTrace::ADetailTrace(wchar_t const* group, wchar_t const* message)
+    : ATrace(group, message, true, true) {}
+
+ATraceStack::~ATraceStack() {
+    while (m_top)
+        delete m_top; // which makes the next older one the top
+}
+
+void ATraceStack::log(wchar_t const* group, wchar_t const* message) const {
+    requireTexts(group, message);
+    logErrorNoStack(group, L"Error trace:");
+    if (m_top)
+        m_top->chainLog();
+    AFrontDoor::write(logger::Err, group, {L"  ", message});
+}
+
+ATraceStack* getThreadTraceStack() {
+    boost::thread_specific_ptr<ATraceStack>& stacks = threadStacks();
+    if (!stacks.get())
+        stacks.reset(new ATraceStack);
+    return stacks.get();
+}

@@ -1,0 +1,140 @@
+#include <zun/logger/LogFile.h>
+#include <zun/platform/helper/CommonHelper.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <fcntl.h>
+#include <functional>
+#include <glob.h>
+#include <memory>
+#include <optional>
+#include <sys/file.h>
+#include <vector>
+
+namespace orvane_com::zun::logger {
+
+namespace {
+
+constexpr unsigned logFileMode = 0666;
+
+/// The numbered backups of one log file: base + "_backup_" + number + "." + extension, where base ends at the
+/// first dot of the whole path. Readers of the logs know this rule: a dot in a directory's name counts.
+class Generations {
+public:
+    explicit Generations(std::string const& path) {
+        std::size_t const dot = path.find('.');
+        m_before = path.substr(0, dot) + "_backup_";
+        m_after = "." + (dot == std::string::npos ? "log" : path.substr(dot + 1));
+    }
+
+    std::string path(std::int32_t number) const { return m_before + helper::longToNarrow(number) + m_after; }
+
+    /// The numbers, below `end`, of the generations that exist; the oldest, which is the greatest, first.
+    std::vector<std::int32_t> existing(std::int32_t end) const {
+        glob_t found{};
+        std::unique_ptr<glob_t, void (*)(glob_t*)> const owner(&found, globfree);
+        std::vector<std::int32_t> numbers;
+        if (glob((literal(m_before) + "*" + literal(m_after)).c_str(), GLOB_NOSORT, nullptr, &found) != 0)
+            return numbers;
+        for (std::size_t i = 0; i < found.gl_pathc; ++i)
+            if (std::optional<std::int32_t> const number = numberOf(found.gl_pathv[i]);
+                number && *number < end)
+                numbers.push_back(*number);
+        std::sort(numbers.begin(), numbers.end(), std::greater<>());
+        return numbers;
+    }
+
+private:
+    /// A glob pattern that matches just this text.
+    static std::string literal(std::string const& text) {
+        std::string pattern;
+        for (char const character : text) {
+            if (std::string_view("*?[\\").find(character) != std::string_view::npos)
+                pattern.push_back('\\');
+            pattern.push_back(character);
+        }
+        return pattern;
+    }
+
+    std::optional<std::int32_t> numberOf(std::string const& backup) const {
+        if (backup.size() < m_before.size() + m_after.size())
+            return std::nullopt;
+        char const* const begin = backup.data() + m_before.size();
+        char const* const end = backup.data() + backup.size() - m_after.size();
+        std::int32_t number = 0;
+        auto const result = std::from_chars(begin, end, number);
+        if (result.ec != std::errc() || number < 1 || path(number) != backup)
+            return std::nullopt;
+        return number;
+    }
+
+    std::string m_before;
+    std::string m_after;
+};
+
+} // namespace
+
+LogFile::LogFile(std::string path) : m_path(std::move(path)) {
+    reopen();
+}
+
+bool LogFile::reopen() {
+    helper::makeDirectories(m_path.substr(0, m_path.rfind('/')));
+    return open();
+}
+
+bool LogFile::open() {
+    m_file = helper::FileDescriptor::open(m_path.c_str(), O_WRONLY | O_CREAT | O_APPEND, logFileMode);
+    struct stat status {};
+    if (!m_file.isOpen() || fstat(m_file.get(), &status) != 0) {
+        m_file.close();
+        return false;
+    }
+    if (status.st_dev != m_device || status.st_ino != m_inode)
+        m_endsInFragment = false;
+    m_device = status.st_dev;
+    m_inode = status.st_ino;
+    return true;
+}
+
+LogFile::Condition LogFile::examine(std::int64_t limit) const {
+    struct stat status {};
+    if (stat(m_path.c_str(), &status) != 0 || status.st_ino != m_inode || status.st_dev != m_device)
+        return Condition::Gone;
+    return status.st_size > limit ? Condition::TooLarge : Condition::Good;
+}
+
+bool LogFile::append(std::string_view lines) {
+    std::string mended;
+    if (m_endsInFragment) {
+        // The line that a full device cut short ends here, so that the next one stands by itself.
+        mended.append("\r\n").append(lines);
+        lines = mended;
+    }
+    std::size_t const written = m_file.write(lines);
+    m_endsInFragment = written < lines.size() && (written > 0 || m_endsInFragment);
+    return written == lines.size();
+}
+
+bool LogFile::rotate(std::int32_t backups) {
+    m_file.close();
+    if (backups > 0) {
+        Generations const generations(m_path);
+        for (std::int32_t const number : generations.existing(backups))
+            std::rename(generations.path(number).c_str(), generations.path(number + 1).c_str());
+        std::rename(m_path.c_str(), generations.path(1).c_str());
+    }
+    return open();
+}
+
+RotationRight::RotationRight(std::string const& path)
+    : m_file(helper::FileDescriptor::open(path.c_str(), O_WRONLY | O_APPEND)) {
+    struct stat named {};
+    struct stat opened {};
+    if (!m_file.isOpen() || flock(m_file.get(), LOCK_EX | LOCK_NB) != 0 || stat(path.c_str(), &named) != 0 ||
+        fstat(m_file.get(), &opened) != 0 || named.st_ino != opened.st_ino || named.st_dev != opened.st_dev)
+        m_file.close();
+}
+
+} // namespace orvane_com::zun::logger

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <zun/platform/helper/FileDescriptor.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <sys/stat.h>
+
+namespace orvane_com::zun::logger {
+
+/// One attached log file: its path and the descriptor that lines are appended through.
+class LogFile {
+public:
+    /// Opens the path, in UTF-8, for appending, with all missing directories. isOpen tells the outcome.
+    explicit LogFile(std::string path);
+
+    bool isOpen() const { return m_file.isOpen(); }
+    std::string const& path() const { return m_path; }
+
+    /// What one look at the path tells.
+    enum class Condition { Good, TooLarge, Gone };
+
+    /// Gone when the path names nothing, or another file than the open one. A limit is in bytes.
+    Condition examine(std::int64_t limit) const;
+
+    /// Appends whole lines in one write. False when not all of them could be written.
+    bool append(std::string_view lines);
+
+    /// Opens the path anew, with all missing directories.
+    bool reopen();
+
+    /// Moves the file into the first of `backups` numbered generations beside it, each older one a generation
+    /// on, and opens an empty file in its place. False when that could not be opened.
+    bool rotate(std::int32_t backups);
+
+private:
+    bool open();
+
+    std::string m_path;
+    helper::FileDescriptor m_file;
+    dev_t m_device = 0;
+    ino_t m_inode = 0;
+    /// True when a failed append left a part of a line at the file's end.
+    bool m_endsInFragment = false;
+};
+
+/// The right to rotate the file that a path names, which one process has at a time.
+class RotationRight {
+public:
+    /// Does not wait: isHeld is false while another process rotates the file.
+    explicit RotationRight(std::string const& path);
+
+    bool isHeld() const { return m_file.isOpen(); }
+
+private:
+    helper::FileDescriptor m_file;
+};
+
+} // namespace orvane_com::zun::logger
