@@ -1,0 +1,187 @@
+#include <zun/text/AString.h>
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdint>
+#include <cwchar>
+#include <tests/support/LogCapture.h>
+
+namespace {
+
+template <typename Source>
+void expectSource(Source source, std::wstring const& expected) {
+    EXPECT_EQ(AString(source).const_cpp_str(), expected);
+    AString text(L"old");
+    text << source;
+    EXPECT_EQ(text.const_cpp_str(), L"old" + expected);
+    if constexpr (!std::is_same_v<Source, int>) {
+        text = source;
+        EXPECT_EQ(text.const_cpp_str(), expected);
+    }
+}
+
+TEST(AString, TakesEverySourceAlikeInConstructorAssignmentAndAppend) {
+    expectSource(L"text", L"text");
+    expectSource(static_cast<wchar_t const*>(nullptr), L"(null)");
+    expectSource("text", L"text");
+    expectSource("", L"");
+    expectSource(static_cast<char const*>(nullptr), L"(null)");
+    expectSource(L'\x4e2d', L"\x4e2d");
+    expectSource('c', L"c");
+    expectSource(-5, L"-5");
+    expectSource(5000000000L, L"705032704");
+    expectSource(static_cast<long>(INT_MIN), L"-2147483648");
+    expectSource(4294967295UL, L"4294967295");
+    expectSource(4294967296UL, L"0");
+    expectSource(reinterpret_cast<void*>(0x1234), L"00001234");
+    expectSource(reinterpret_cast<void*>(0x1fedcba98), L"fedcba98");
+    expectSource(AFormat(7, L"0", 3), L"007");
+    expectSource(AString(L"text"), L"text");
+}
+
+TEST(AString, AppendsAndFormatsItself) {
+    AString text(L"ab");
+    text << text << static_cast<wchar_t const*>(text);
+    EXPECT_EQ(text, L"abababab");
+    EXPECT_STREQ(text.execute(AFormat(static_cast<wchar_t const*>(text) + 5, L"^", 4, -1)), L" BAB");
+}
+
+/// What the C library makes of the same request.
+std::wstring reference(AFormat const& request) {
+    std::wstring directive = L"%";
+    std::wstring const flags = request.flags;
+    for (wchar_t const flag : {L'-', L'0'})
+        if (flags.find(flag) != std::wstring::npos)
+            directive += flag;
+    if (request.width != -1)
+        directive += std::to_wstring(request.width);
+    if (request.precision != -1)
+        directive += L'.' + std::to_wstring(request.precision);
+    wchar_t buffer[64];
+    if (request.isNumber) {
+        std::size_t const type = flags.find_last_of(L"ux");
+        directive += type == std::wstring::npos ? L'd' : flags[type];
+        std::swprintf(buffer, std::size(buffer), directive.c_str(), static_cast<int>(request.value));
+    } else {
+        directive += L"ls";
+        std::swprintf(buffer, std::size(buffer), directive.c_str(), request.text);
+    }
+    return buffer;
+}
+
+TEST(AFormat, AgreesWithTheCLibrary) {
+    for (int const width : {-34, -5, -1, 0, 1, 2, 10, 11, 34})
+        for (int const precision : {-1, 0, 1, 4, 12}) {
+            for (wchar_t const* const flags :
+                 {L"", L"-", L"0", L"-0", L"u", L"0u", L"-u", L"x", L"0x", L"x-0", L"ux", L"xu"})
+                for (long const value : {0L, 7L, -1L, 99L, 100L, -4711L, 255L, 5000000000L, long{INT_MAX},
+                                         long{INT_MIN}, LONG_MAX, LONG_MIN}) {
+                    AFormat request(value, flags, width);
+                    request.precision = precision;
+                    ASSERT_EQ(AString(request).const_cpp_str(), reference(request))
+                        << value << " width " << width << " precision " << precision << " flags "
+                        << testing::PrintToString(std::wstring(flags));
+                }
+            for (wchar_t const* const flags : {L"", L"-"})
+                for (wchar_t const* const text : {L"", L"a", L"hello", L"\x4e2d\x6587, longer than ten"}) {
+                    AFormat const request(text, flags, width, precision);
+                    ASSERT_EQ(AString(request).const_cpp_str(), reference(request))
+                        << "width " << width << " precision " << precision;
+                }
+        }
+}
+
+TEST(AFormat, GoesOnWhereTheCLibraryStops) {
+    std::wstring const blanks(40, L' ');
+    EXPECT_EQ(AString(AFormat(-7, L"0", 99)).const_cpp_str(), L"-" + std::wstring(33, L'0'));
+    EXPECT_EQ(AString(AFormat(7, L"", INT_MAX)).const_cpp_str(), blanks.substr(0, 34));
+    EXPECT_EQ(AString(AFormat(7, L"", INT_MIN)).const_cpp_str(), L"7" + blanks.substr(0, 33));
+    AFormat precise(-7, L"", 36);
+    precise.precision = INT_MAX;
+    EXPECT_EQ(AString(precise).const_cpp_str(), L"-" + std::wstring(33, L'0'));
+    precise.precision = -2;
+    EXPECT_EQ(AString(precise).const_cpp_str(), blanks.substr(0, 34));
+
+    EXPECT_EQ(AString(AFormat(L"abc", L"", -40, -1)).const_cpp_str(), L"abc" + blanks.substr(0, 37));
+    EXPECT_EQ(AString(AFormat(L"abc", L"0", 5, -7)), L"  abc");
+    EXPECT_EQ(AString(AFormat(nullptr, L"^", 8, -1)), L"  (NULL)");
+    wchar_t const unterminated[] = {L'a', L'b', L'c'};
+    EXPECT_EQ(AString(AFormat(unterminated, L"", -1, 3)), L"abc");
+}
+
+TEST(AFormat, MapsCaseAndReportsUnknownDirectives) {
+    EXPECT_EQ(AString(AFormat(255, L"x^", -1)), L"FF");
+    EXPECT_EQ(AString(AFormat(L"aBc", L"_^", -1, -1)), L"ABC");
+    AString text(std::wstring(L"aBc\0def", 7));
+    EXPECT_STREQ(text.format(L"_", 5, 2), L"   ab");
+    EXPECT_EQ(text.size(), 5u);
+
+    LogCapture log;
+    EXPECT_EQ(AString(AFormat(1, L"d0", 3)), L"001");
+    EXPECT_EQ(log.takeLines(),
+              std::vector<std::string>{"[String] [E] internal error: unknown format character [d]"});
+}
+
+TEST(AString, LendsABufferAndTakesItBack) {
+    AString text(L"a longer text than what is lent");
+    std::wcscpy(text.allocate(10), L"hi");
+    EXPECT_TRUE(text.checkAllocation());
+    EXPECT_EQ(text, L"hi");
+
+    std::wmemcpy(text.allocate(3), L"abc", 3);
+    EXPECT_TRUE(text.checkAllocation());
+    EXPECT_EQ(text, L"abc");
+
+    text.allocate(0);
+    EXPECT_TRUE(text.checkAllocation());
+    EXPECT_EQ(text.size(), 0u);
+}
+
+TEST(AString, ReportsAMisusedLoan) {
+    LogCapture log;
+    AString text;
+    EXPECT_FALSE(text.checkAllocation());
+    std::wmemset(text.allocate(2), L'x', 3);
+    EXPECT_FALSE(text.checkAllocation());
+    EXPECT_EQ(text, L"xxx");
+    EXPECT_STREQ(text.allocate(-1), L"xxx");
+    std::vector<std::string> const lines = log.takeLines();
+    ASSERT_GE(lines.size(), 3u);
+    EXPECT_EQ(lines[0], "[String] [E] internal error: End of string overwritten");
+    EXPECT_EQ(lines[1], lines[0]);
+    EXPECT_NE(lines.back().find("Received invalid negative memory allocation request"), std::string::npos);
+}
+
+TEST(AString, ReplacesOccurrencesOnce) {
+    auto const replaced = [](AString text, wchar_t const* find, wchar_t const* replacement) {
+        text.findAndReplace(find, replacement);
+        return text.const_cpp_str();
+    };
+    EXPECT_EQ(replaced(L"aaa", L"a", L"aa"), L"aaaaaa");
+    EXPECT_EQ(replaced(L"aaa", L"aa", L"b"), L"ba");
+    EXPECT_EQ(replaced(L"<>x<>", L"<>", L""), L"x");
+    EXPECT_EQ(replaced(L"Case", L"c", L"x"), L"Case");
+    EXPECT_EQ(replaced(L"abc", L"", L"x"), L"abc");
+    AString itself(L"ab");
+    itself.findAndReplace(itself, itself);
+    EXPECT_EQ(itself, L"ab");
+}
+
+TEST(AString, CutsReadsAndOrders) {
+    AString text(L"abc");
+    text.shrinkTo(4);
+    EXPECT_EQ(text, L"abc");
+    text.shrinkTo(1);
+    EXPECT_EQ(text, L"a");
+
+    EXPECT_EQ(AString(L" \t-12x").toInt(), -12);
+    EXPECT_EQ(AString(L"x12").toInt(), 0);
+    EXPECT_EQ(AString(L"").toInt(), 0);
+
+    EXPECT_TRUE(AString::CaseSensitiveLess()(L"B", L"a"));
+    EXPECT_FALSE(AString::CaseInsensitiveLess()(L"B", L"a"));
+    EXPECT_FALSE(AString::CaseInsensitiveLess()(L"A", L"a"));
+}
+
+} // namespace
