@@ -1,0 +1,158 @@
+#include <zun/binary/ABinaryStream.h>
+#include <zun/binary/ByteOrder.h>
+#include <zun/linux/log.h>
+#include <zun/text/ACharString.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr wchar_t const group[] = L"BinStrm";
+
+} // namespace
+
+ABinaryStream::ABinaryStream(bool littleEndian) {
+    construct(nullptr, nullptr, littleEndian);
+}
+
+ABinaryStream::ABinaryStream(unsigned char* block, unsigned long size, bool littleEndian)
+    : m_block(block), m_size(size), m_littleEndian(littleEndian) {}
+
+void ABinaryStream::construct(unsigned char* begin, unsigned char* end, bool littleEndian) {
+    setPointer(begin, static_cast<unsigned long>(end - begin));
+    m_littleEndian = littleEndian;
+}
+
+void ABinaryStream::setPointer(unsigned char* block, unsigned long size) {
+    m_block = block;
+    m_size = size;
+    m_position = 0;
+    m_pastEnd = false;
+}
+
+unsigned char* ABinaryStream::getPointer() {
+    return m_block + (m_pastEnd ? m_size : m_position);
+}
+
+bool ABinaryStream::atEnd() const {
+    return m_pastEnd || m_position == m_size;
+}
+
+bool ABinaryStream::pastEndWith(unsigned long count) {
+    if (!m_pastEnd && count <= m_size - m_position)
+        return false;
+    m_pastEnd = true;
+    m_position += count;
+    return true;
+}
+
+bool ABinaryStream::pastEndError() const {
+    if (!m_pastEnd)
+        return false;
+    AString message(L"Tried to write past buffer end by ");
+    message << static_cast<int>(m_position - m_size);
+    logInternalError(group, message);
+    return true;
+}
+
+/// The next `count` bytes, which must be there.
+unsigned char* ABinaryStream::take(unsigned long count) {
+    unsigned char* const bytes = m_block + m_position;
+    m_position += count;
+    return bytes;
+}
+
+template <typename Integer>
+Integer ABinaryStream::read() {
+    Integer value = 0;
+    if (!pastEndWith(sizeof value))
+        std::memcpy(&value, take(sizeof value), sizeof value);
+    return value;
+}
+
+template <typename Integer>
+void ABinaryStream::write(Integer value) {
+    if (!pastEndWith(sizeof value))
+        std::memcpy(take(sizeof value), &value, sizeof value);
+}
+
+unsigned int ABinaryStream::readUint32() {
+    auto const value = read<unsigned int>();
+    return m_littleEndian ? Le2Host4(value) : Be2Host4(value);
+}
+
+unsigned short ABinaryStream::readShort() {
+    auto const value = read<unsigned short>();
+    return m_littleEndian ? Le2Host2(value) : Be2Host2(value);
+}
+
+char ABinaryStream::readChar() {
+    return read<char>();
+}
+
+int ABinaryStream::readString(int width, AString& out) {
+    if (pastEndWith(static_cast<unsigned long>(width))) {
+        out = L"";
+        return 0;
+    }
+    ACharString const field(reinterpret_cast<char const*>(take(static_cast<unsigned long>(width))), width);
+    out = static_cast<char const*>(field);
+    return width;
+}
+
+int ABinaryStream::readString(int width, std::string& out) {
+    out.clear();
+    if (pastEndWith(static_cast<unsigned long>(width)))
+        return 0;
+    unsigned char const* const field = take(static_cast<unsigned long>(width));
+    out.assign(field, std::find(field, field + width, 0));
+    return width;
+}
+
+int ABinaryStream::readBuffer(int count, AnObjectBuffer<unsigned char>& out) {
+    if (pastEndWith(static_cast<unsigned long>(count))) {
+        out.shrinkTo(0);
+        return 0;
+    }
+    out.allocate(static_cast<unsigned long>(count), take(static_cast<unsigned long>(count)));
+    return count;
+}
+
+void ABinaryStream::writeChar(char c) {
+    write(c);
+}
+
+void ABinaryStream::writeUint32(unsigned int v) {
+    write(m_littleEndian ? Host2Le4(v) : Host2Be4(v));
+}
+
+void ABinaryStream::writeShort(unsigned short v) {
+    write(m_littleEndian ? Host2Le2(v) : Host2Be2(v));
+}
+
+void ABinaryStream::writeString(unsigned long width, AString const& text) {
+    ACharString const narrow(static_cast<wchar_t const*>(text));
+    writeField(width, narrow, std::min(width, static_cast<unsigned long>(narrow.size())));
+}
+
+void ABinaryStream::writeString(AString const& text) {
+    ACharString const narrow(static_cast<wchar_t const*>(text));
+    auto const length = static_cast<unsigned long>(narrow.size());
+    writeField(length, narrow, length);
+}
+
+void ABinaryStream::writeBuffer(AnObjectBuffer<unsigned char> const& buffer, unsigned long count) {
+    if (count == 0 || count > buffer.size())
+        count = buffer.size();
+    writeField(count, buffer.cpp_str().data(), count);
+}
+
+/// `count` bytes and as many zero bytes as fill up the width.
+void ABinaryStream::writeField(unsigned long width, char const* bytes, unsigned long count) {
+    if (pastEndWith(width) || width == 0)
+        return;
+    unsigned char* const field = take(width);
+    std::memmove(field, bytes, count);
+    std::fill(field + count, field + width, static_cast<unsigned char>(0));
+}
