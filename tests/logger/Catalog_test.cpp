@@ -1,4 +1,3 @@
-#include <tests/support/LoggerFixture.h>
 #include <zun/logger/MessageResource.h>
 #include <zun/logger/logInSyslog.h>
 
@@ -8,6 +7,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <syslog.h>
+#include <tests/support/LoggerFixture.h>
 #include <unistd.h>
 
 using namespace orvane_com::zun::logger;
@@ -30,7 +30,8 @@ protected:
 };
 
 TEST_F(CatalogTest, LineLayout) {
-    EXPECT_EQ(said(Info, Management, 0x4031L, MultiArgs(std::string("Logger"))), " [Management]  [I] Stopping Logger subsystem");
+    EXPECT_EQ(said(Info, Management, 0x4031L, MultiArgs(std::string("Logger"))),
+              " [Management]  [I] Stopping Logger subsystem");
     EXPECT_EQ(said(Err, Agent, 0x4002L), "    [Agent]  [E] No space on disk");
     EXPECT_EQ(said(Err, Xml, 0x401CL), "      [xml]  [E] Socket accpet failed");
     EXPECT_EQ(said(Warn, static_cast<eComponent>(11), 0x403BL), "    [Agent]  [W] ") << "no such id";
@@ -46,12 +47,15 @@ TEST_F(CatalogTest, ArgumentsFillThePlacesInOrder) {
     };
     EXPECT_EQ(text(returned, MultiArgs()), "%s returned %s");
     EXPECT_EQ(text(returned, MultiArgs(std::wstring(L"A"))), "A returned %s");
-    EXPECT_EQ(text(returned, MultiArgs().add(std::string("\xC3\xA9")).add(std::wstring(L"B")).add(std::wstring(L"C"))),
+    EXPECT_EQ(text(returned,
+                   MultiArgs().add(std::string("\xC3\xA9")).add(std::wstring(L"B")).add(std::wstring(L"C"))),
               "\xC3\xA9 returned B");
     EXPECT_EQ(text(0x4004, MultiArgs(std::string("x%sy"))), "File xy%s not found on disk");
     EXPECT_EQ(text(0x4002, MultiArgs(std::string("unused"))), "No space on disk");
-    EXPECT_THAT(said(Info, Agent, returned, nullptr, L"first", nullptr, L"second"), EndsWith("first returned second"));
-    EXPECT_THAT(MultiArgs().add(4294967297L).add(-5L).add(0x80000000L).get(), ElementsAre(L"1", L"-5", L"-2147483648"));
+    EXPECT_THAT(said(Info, Agent, returned, nullptr, L"first", nullptr, L"second"),
+                EndsWith("first returned second"));
+    EXPECT_THAT(MultiArgs().add(4294967297L).add(-5L).add(0x80000000L).get(),
+                ElementsAre(L"1", L"-5", L"-2147483648"));
     EXPECT_TRUE(MultiArgs(std::string("x")).clear().get().empty());
 }
 

@@ -1,11 +1,10 @@
-#include <tests/support/LoggerFixture.h>
-
 #include <gmock/gmock.h>
 
 #include <cerrno>
 #include <clocale>
 #include <ctime>
 #include <pthread.h>
+#include <tests/support/LoggerFixture.h>
 #include <thread>
 #include <unistd.h>
 
@@ -64,7 +63,8 @@ TEST_F(ILoggerTest, LevelsAreTaggedAndFilteredByNumber) {
     std::vector<std::string> tags;
     for (std::string const& line : lines("agent.log"))
         tags.push_back(line.substr(line.find("[g]") + 3));
-    EXPECT_THAT(tags, ElementsAre(" [D] m", " [I] m", " [N] m", " [W] m", " [E] m", " [C] m", " [X] m", " [I] m"));
+    EXPECT_THAT(tags,
+                ElementsAre(" [D] m", " [I] m", " [N] m", " [W] m", " [E] m", " [C] m", " [X] m", " [I] m"));
 
     logger().setMinLogLevel(Crit);
     logger().logMessage(Err, L"g", L"dropped");
@@ -116,9 +116,9 @@ TEST_F(ILoggerTest, StandardOutputServesWhenNoFileIsAttached) {
     logger().logMessage(Info, L"g", L"second");
     attach("agent.log");
     logger().logMessage(Info, L"g", L"to the file");
-    EXPECT_THAT(testing::internal::GetCapturedStdout(), MatchesRegex(prefix() + "         \\[g\\] \\[I\\] \xE4\xB8\xAD\n" +
-                                                                     "between\n" + prefix() +
-                                                                     "         \\[g\\] \\[I\\] second\n"));
+    EXPECT_THAT(testing::internal::GetCapturedStdout(),
+                MatchesRegex(prefix() + "         \\[g\\] \\[I\\] \xE4\xB8\xAD\n" + "between\n" + prefix() +
+                             "         \\[g\\] \\[I\\] second\n"));
 }
 
 TEST_F(ILoggerTest, PolicyIsReadFromTexts) {

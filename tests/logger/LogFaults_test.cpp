@@ -1,11 +1,10 @@
-#include <tests/support/LoggerFixture.h>
-
 #include <gmock/gmock.h>
 
 #include <csignal>
 #include <filesystem>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <tests/support/LoggerFixture.h>
 #include <unistd.h>
 
 using namespace orvane_com::zun::logger;

@@ -1,14 +1,15 @@
-#include <tests/support/LoggerFixture.h>
-
 #include <gmock/gmock.h>
 
 #include <chrono>
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <functional>
 #include <map>
 #include <random>
+#include <sys/file.h>
 #include <sys/wait.h>
+#include <tests/support/LoggerFixture.h>
 #include <thread>
 #include <unistd.h>
 
@@ -64,7 +65,8 @@ TEST_F(LogProcessesTest, ProcessesShareOneRotatingFile) {
             std::vector<std::thread> workers;
             for (int thread = 0; thread < threads; ++thread)
                 workers.emplace_back([&, thread] {
-                    std::wstring const name = std::to_wstring(process) + L"/" + std::to_wstring(thread) + L"/";
+                    std::wstring const name =
+                        std::to_wstring(process) + L"/" + std::to_wstring(thread) + L"/";
                     for (int message = 0; message < messages; ++message)
                         logger().logMessage(Info, L"g", name + std::to_wstring(message) + filling);
                 });
@@ -103,14 +105,15 @@ TEST_F(LogProcessesTest, KilledProcessesLeaveWholeLines) {
         std::size_t begin = 0;
         for (std::size_t end; (end = all.find("\r\n", begin)) != std::string::npos; begin = end + 2) {
             std::string const line = all.substr(begin, end - begin);
-            bool const isWhole = line.size() > 101 && line.back() == '!' && line.find('!') == line.size() - 1 &&
-                                 line.compare(0, 2, "20") == 0;
+            bool const isWhole = line.size() > 101 && line.back() == '!' &&
+                                 line.find('!') == line.size() - 1 && line.compare(0, 2, "20") == 0;
             bool const isNote = line.find("Rotating log files") != std::string::npos;
             if (isWhole)
                 ++whole;
             else if (!isNote) {
                 ++torn;
-                EXPECT_NE(begin / static_cast<std::size_t>(page), end / static_cast<std::size_t>(page)) << line;
+                EXPECT_NE(begin / static_cast<std::size_t>(page), end / static_cast<std::size_t>(page))
+                    << line;
             }
         }
     }
@@ -125,10 +128,9 @@ TEST_F(LogProcessesTest, ARotatorThatIsStoppedHoldsNobodyUp) {
     int ready[2];
     ASSERT_EQ(pipe(ready), 0);
     pid_t const child = start([&] {
-        // Takes the lock that a rotation takes, and keeps it.
-        std::string const command = "exec flock --nonblock '" + path("agent.log") + "' sh -c 'echo >&" +
-                                    std::to_string(ready[1]) + "; sleep 600'";
-        execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+        int const file = open(path("agent.log").c_str(), O_WRONLY);
+        if (flock(file, LOCK_EX) == 0 && write(ready[1], "x", 1) == 1)
+            pause();
     });
     char byte = 0;
     ASSERT_EQ(read(ready[0], &byte, 1), 1);

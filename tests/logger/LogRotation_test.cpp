@@ -1,10 +1,9 @@
-#include <tests/support/LoggerFixture.h>
-
 #include <gmock/gmock.h>
 
 #include <filesystem>
 #include <limits>
 #include <set>
+#include <tests/support/LoggerFixture.h>
 
 using namespace orvane_com::zun::logger;
 using testing::ElementsAre;
@@ -40,14 +39,17 @@ TEST_F(LogRotationTest, AFileOverTheLimitBecomesTheFirstBackup) {
     log(L"over it");
     EXPECT_THAT(lines("agent.log"), ElementsAre(EndsWith("over it")));
     std::string const note = "[-0-9:. ]+ \\[[0-9]+\\] Rotating log files";
-    EXPECT_THAT(lines("agent_backup_1.log"), ElementsAre(std::string(1022, 'x'), EndsWith("at the limit"), MatchesRegex(note)));
-    EXPECT_THAT(lines("other.log"), ElementsAre(EndsWith("at the limit"), MatchesRegex(note), EndsWith("over it")));
+    EXPECT_THAT(lines("agent_backup_1.log"),
+                ElementsAre(std::string(1022, 'x'), EndsWith("at the limit"), MatchesRegex(note)));
+    EXPECT_THAT(lines("other.log"),
+                ElementsAre(EndsWith("at the limit"), MatchesRegex(note), EndsWith("over it")));
 }
 
 TEST_F(LogRotationTest, GenerationsShiftAndTheOldestIsDropped) {
     logger().setNumberOfBackupLogs(3);
     // What looks like a generation, but is none that a rotation makes, stays where it is.
-    for (char const* const name : {"agent_backup_03.log", "agent_backup_x.log", "agent_backup_2.log.old", "agent_backup_9.log"})
+    for (char const* const name :
+         {"agent_backup_03.log", "agent_backup_x.log", "agent_backup_2.log.old", "agent_backup_9.log"})
         writeFile(path(name), "mine");
     attach("agent.log");
     std::wstring const large(2000, L'x');
@@ -60,9 +62,10 @@ TEST_F(LogRotationTest, GenerationsShiftAndTheOldestIsDropped) {
         ASSERT_THAT(backup, SizeIs(2));
         EXPECT_THAT(backup[0], EndsWith("x" + std::to_string(5 - generation)));
     }
-    EXPECT_THAT(files(), UnorderedElementsAre("agent.log", "agent_backup_1.log", "agent_backup_2.log", "agent_backup_3.log",
-                                              "agent_backup_03.log", "agent_backup_x.log", "agent_backup_2.log.old",
-                                              "agent_backup_9.log"));
+    EXPECT_THAT(files(),
+                UnorderedElementsAre("agent.log", "agent_backup_1.log", "agent_backup_2.log",
+                                     "agent_backup_3.log", "agent_backup_03.log", "agent_backup_x.log",
+                                     "agent_backup_2.log.old", "agent_backup_9.log"));
     // A gap is closed by the next rotation; a number without bounds costs no more than the files there are.
     std::filesystem::remove(path("agent_backup_1.log"));
     logger().setNumberOfBackupLogs(std::numeric_limits<std::int32_t>::max());

@@ -1,8 +1,7 @@
-#include <tests/support/LogCapture.h>
-
 #include <zun/logger/ILogger.h>
 
 #include <algorithm>
+#include <tests/support/LogCapture.h>
 
 using orvane_com::zun::logger::ILogger;
 
@@ -26,7 +25,8 @@ std::vector<std::string> LogCapture::takeLines() {
         std::string line = all.substr(m_taken, end - m_taken);
         m_taken = end == std::string::npos ? all.size() : end + 2;
         std::size_t const threadEnd = line.find(") ");
-        std::size_t const group = threadEnd == std::string::npos ? 0 : line.find_first_not_of(' ', threadEnd + 2);
+        std::size_t const group =
+            threadEnd == std::string::npos ? 0 : line.find_first_not_of(' ', threadEnd + 2);
         lines.push_back(line.substr(group));
     }
     return lines;

@@ -1,5 +1,3 @@
-#include <tests/support/TemporaryDirectory.h>
-
 #include <zun/platform/helper/CommonHelper.h>
 
 #include <gtest/gtest.h>
@@ -8,11 +6,13 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <tests/support/TemporaryDirectory.h>
 
 TemporaryDirectory::TemporaryDirectory() {
     std::string path = testing::TempDir() + "zun_test_XXXXXX";
     if (!mkdtemp(path.data()))
-        throw std::filesystem::filesystem_error("mkdtemp", path, std::error_code(errno, std::generic_category()));
+        throw std::filesystem::filesystem_error("mkdtemp", path,
+                                                std::error_code(errno, std::generic_category()));
     m_path = path;
 }
 
