@@ -3,11 +3,10 @@
 #include <benchmark/benchmark.h>
 
 #include <cstddef>
-#include <random>
-#include <vector>
-
 #include <glib.h>
 #include <openssl/evp.h>
+#include <random>
+#include <vector>
 
 // Whole texts of 1 KiB and 1 MiB, into room that is there already (GLib allocates its results itself).
 
@@ -25,8 +24,8 @@ Bytes randomBytes(std::size_t count) {
 
 Bytes encoded(Bytes const& bytes) {
     Bytes text(bytes.size() / 3 * 4 + 5);
-    text.resize(Base64Encode(bytes.data(), bytes.size(), reinterpret_cast<char*>(text.data()), text.size(), nullptr,
-                             nullptr));
+    text.resize(Base64Encode(bytes.data(), bytes.size(), reinterpret_cast<char*>(text.data()), text.size(),
+                             nullptr, nullptr));
     return text;
 }
 
@@ -65,8 +64,8 @@ void decodeZun(benchmark::State& state) {
     Bytes bytes = randomBytes(static_cast<std::size_t>(state.range(0)));
     Bytes const text = encoded(bytes);
     for (auto _ : state) {
-        Base64Decode(reinterpret_cast<char const*>(text.data()), text.size(), bytes.data(), bytes.size(), nullptr,
-                     nullptr);
+        Base64Decode(reinterpret_cast<char const*>(text.data()), text.size(), bytes.data(), bytes.size(),
+                     nullptr, nullptr);
         benchmark::ClobberMemory();
     }
     countBytes(state);

@@ -1,0 +1,60 @@
+#include <zun/binary/ABuffer.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <string>
+#include <tests/support/LogCapture.h>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::MatchesRegex;
+
+unsigned char const* bytes(char const* text) {
+    return reinterpret_cast<unsigned char const*>(text);
+}
+
+TEST(ABufferTest, GrowingZeroFillsAndKeepsATerminator) {
+    ABuffer buffer("ab");
+    EXPECT_EQ(buffer.size(), 2u);
+    EXPECT_TRUE(buffer.tryExpandBy(2, bytes("xy")));
+    EXPECT_STREQ(reinterpret_cast<char const*>(buffer.getBytes()), "abxy");
+    EXPECT_TRUE(buffer.tryExpandBy(2));
+    EXPECT_EQ(buffer.cpp_str(), std::string("abxy\0\0", 6));
+    buffer.shrinkTo(9);
+    EXPECT_EQ(buffer.size(), 6u);
+    buffer.shrinkTo(1);
+    EXPECT_TRUE(buffer.tryAllocate(3));
+    EXPECT_EQ(buffer.cpp_str(), std::string("a\0\0", 3));
+    EXPECT_EQ(buffer.getBytes()[3], 0);
+    EXPECT_EQ(AnObjectBuffer<unsigned char>(0, nullptr).size(), 0u);
+}
+
+TEST(ABufferTest, SourceMayLieInTheBufferItself) {
+    std::string const text(40, 'x');
+    ABuffer buffer((text + "end").c_str());
+    EXPECT_TRUE(buffer.tryExpandBy(buffer.size(), buffer.getBytes()));
+    EXPECT_EQ(buffer.cpp_str(), text + "end" + text + "end");
+    EXPECT_TRUE(buffer.tryAllocate(5, buffer.getBytes() + 38));
+    EXPECT_EQ(buffer.cpp_str(), "xxend");
+    buffer.allocate(500, buffer.getBytes() + 2);
+    EXPECT_EQ(buffer.cpp_str(), "end" + std::string(497, '\0'));
+}
+
+TEST(ABufferTest, SizeThatCannotExistIsLoggedAndLosesNothing) {
+    LogCapture log;
+    ABuffer buffer("ab");
+    EXPECT_FALSE(buffer.tryAllocate(ULONG_MAX - 1, bytes("x")));
+    EXPECT_FALSE(buffer.tryExpandBy(ULONG_MAX));
+    EXPECT_FALSE(buffer.tryExpandBy(ULONG_MAX, buffer.getBytes()));
+    EXPECT_EQ(buffer.cpp_str(), "ab");
+    EXPECT_THAT(log.takeLines(),
+                ElementsAre(MatchesRegex(".*Buffer.* Exception .+ trying to allocate 4294967294 bytes"),
+                            MatchesRegex(".*Buffer.* Exception .+ trying to allocate 1 bytes"),
+                            MatchesRegex(".*Buffer.* Exception .+ trying to allocate 1 bytes")));
+    EXPECT_THROW(buffer.allocate(ULONG_MAX), std::length_error);
+}
+
+} // namespace

@@ -1,0 +1,48 @@
+#include <zun/lock/InterProcessLock.h>
+#include <zun/lock/UnixLock.h>
+
+namespace orvane_com::zun::lock {
+
+template <Hold hold>
+InterProcessLock<hold>::InterProcessLock(std::string const& name) {
+    try {
+        m_lock = std::make_unique<UnixLock>(name);
+    } catch (...) { // logged by the lock
+    }
+}
+
+template <Hold hold>
+InterProcessLock<hold>::~InterProcessLock() {
+    unlock();
+}
+
+template <Hold hold>
+bool InterProcessLock<hold>::tryLock() {
+    m_held = m_lock && (hold == Hold::read ? m_lock->tryReadLock() : m_lock->tryWriteLock());
+    return m_held;
+}
+
+template <Hold hold>
+bool InterProcessLock<hold>::lock(unsigned int timeout) {
+    m_held = m_lock && (hold == Hold::read ? m_lock->readLock(timeout) : m_lock->writeLock(timeout));
+    return m_held;
+}
+
+template <Hold hold>
+bool InterProcessLock<hold>::unlock() {
+    if (!m_lock)
+        return false;
+    if (m_held)
+        m_held = !(hold == Hold::read ? m_lock->readUnlock() : m_lock->writeUnlock());
+    return !m_held;
+}
+
+template <Hold hold>
+void InterProcessLock<hold>::cleanSemaphore(std::string const& name) {
+    UnixLock::cleanSemaphore(name);
+}
+
+template class InterProcessLock<Hold::read>;
+template class InterProcessLock<Hold::write>;
+
+} // namespace orvane_com::zun::lock
