@@ -4,9 +4,7 @@
 #include <boost/thread/tss.hpp>
 
 #include <cerrno>
-#include <initializer_list>
 #include <string>
-#include <string_view>
 #include <system_error>
 
 namespace logger = orvane_com::zun::logger;
@@ -14,14 +12,22 @@ namespace logger = orvane_com::zun::logger;
 using logger::ILogger;
 using logger::LogLevel;
 
-/// What the front door may do that other callers of the logger may not: hand over a message in pieces.
+/// What the front door may do that other callers of the logger may not: look at its level without a call, and
+/// hand over a message in pieces.
 class AFrontDoor {
 public:
-    static void write(LogLevel level, wchar_t const* group,
-                      std::initializer_list<std::wstring_view> message) {
-        ILogger* const instance = ILogger::GetLogger();
-        if (instance->passes(level))
-            instance->writeGroupLine(level, group, message);
+    static void report(LogLevel level, wchar_t const* group, wchar_t const* message,
+                       wchar_t const* before = L"", wchar_t const* after = L"") {
+        requireTexts(group, message);
+        ILogger* const existing = ILogger::m_pLogger;
+        if (!existing || existing->passes(level))
+            write(level, group, message, before, after);
+    }
+
+private:
+    [[gnu::noinline]] static void write(LogLevel level, wchar_t const* group, wchar_t const* message,
+                                        wchar_t const* before, wchar_t const* after) {
+        ILogger::GetLogger()->writeGroupLine(level, group, {before, message, after});
     }
 };
 
@@ -37,35 +43,31 @@ boost::thread_specific_ptr<ATraceStack>& threadStacks() {
 } // namespace
 
 void logMessage(LogLevel const& level, wchar_t const* group, wchar_t const* message) {
-    requireTexts(group, message);
-    AFrontDoor::write(level, group, {message});
+    AFrontDoor::report(level, group, message);
 }
 
 void logDetail(wchar_t const* group, wchar_t const* message) {
-    logMessage(logger::Debug, group, message);
+    AFrontDoor::report(logger::Debug, group, message);
 }
 
 void logInfo(wchar_t const* group, wchar_t const* message) {
-    logMessage(logger::Info, group, message);
+    AFrontDoor::report(logger::Info, group, message);
 }
 
 void logErrorNoStack(wchar_t const* group, wchar_t const* message) {
-    logMessage(logger::Err, group, message);
+    AFrontDoor::report(logger::Err, group, message);
 }
 
 void logError(wchar_t const* group, wchar_t const* message) {
-    requireTexts(group, message);
     getThreadTraceStack()->log(group, message);
 }
 
 void logInternalError(wchar_t const* group, wchar_t const* message) {
-    requireTexts(group, message);
-    AFrontDoor::write(logger::Err, group, {L"internal error: ", message});
+    AFrontDoor::report(logger::Err, group, message, L"internal error: ");
 }
 
 void logResult(wchar_t const* group, wchar_t const* message) {
-    requireTexts(group, message);
-    AFrontDoor::write(logger::Debug, group, {L"=", message});
+    AFrontDoor::report(logger::Debug, group, message, L"=");
 }
 
 void logErrno(wchar_t const* group) {
@@ -161,7 +163,7 @@ void ATrace::log() const {
 void ATrace::chainLog() const {
     if (m_previous)
         m_previous->chainLog();
-    AFrontDoor::write(logger::Err, m_group, {L" [", m_message.const_cpp_str().c_str(), L"]->"});
+    AFrontDoor::report(logger::Err, m_group, m_message, L" [", L"]->");
 }
 
 AnInfoTrace::AnInfoTrace(wchar_t const* group, wchar_t const* message)
@@ -180,7 +182,7 @@ void ATraceStack::log(wchar_t const* group, wchar_t const* message) const {
     logErrorNoStack(group, L"Error trace:");
     if (m_top)
         m_top->chainLog();
-    AFrontDoor::write(logger::Err, group, {L"  ", message});
+    AFrontDoor::report(logger::Err, group, message, L"  ");
 }
 
 ATraceStack* getThreadTraceStack() {

@@ -105,10 +105,30 @@ void appendDecimal(std::string& line, Number number) {
     line.append(room, std::to_chars(std::begin(room), std::end(room), number).ptr);
 }
 
+/// 0 where it is not known. Kept because asking the system for it takes as long as building a line.
+std::atomic<pid_t> knownProcess{0};
+
+void forgetProcess() {
+    knownProcess = 0;
+}
+
+/// A process made by fork(2) has its own number.
+int const forkHandler = pthread_atfork(nullptr, nullptr, forgetProcess);
+
+pid_t process() {
+    pid_t number = knownProcess.load(std::memory_order_relaxed);
+    if (number == 0) {
+        number = getpid();
+        if (forkHandler == 0)
+            knownProcess.store(number, std::memory_order_relaxed);
+    }
+    return number;
+}
+
 void appendTimeAndProcess(std::string& line) {
     helper::appendTimeStamp(line);
     line += " [";
-    appendDecimal(line, getpid());
+    appendDecimal(line, process());
     line += "] ";
 }
 

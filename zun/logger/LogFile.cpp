@@ -10,6 +10,9 @@
 #include <memory>
 #include <optional>
 #include <sys/file.h>
+#ifdef __linux__
+#include <sys/sysmacros.h>
+#endif
 #include <vector>
 
 namespace orvane_com::zun::logger {
@@ -17,6 +20,31 @@ namespace orvane_com::zun::logger {
 namespace {
 
 constexpr unsigned logFileMode = 0666;
+
+/// Which file a path names, and how large it is.
+struct Look {
+    dev_t device;
+    ino_t inode;
+    std::int64_t size;
+};
+
+#ifdef __linux__
+/// Asks for no time stamp: a kernel that was asked for one takes a finer, dearer one at the next write.
+std::optional<Look> lookAt(std::string const& path) {
+    struct statx status {};
+    if (statx(AT_FDCWD, path.c_str(), 0, STATX_TYPE | STATX_INO | STATX_SIZE, &status) != 0)
+        return std::nullopt;
+    return Look{makedev(status.stx_dev_major, status.stx_dev_minor), static_cast<ino_t>(status.stx_ino),
+                static_cast<std::int64_t>(status.stx_size)};
+}
+#else
+std::optional<Look> lookAt(std::string const& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0)
+        return std::nullopt;
+    return Look{status.st_dev, status.st_ino, status.st_size};
+}
+#endif
 
 /// The numbered backups of one log file: base + "_backup_" + number + "." + extension, where base ends at the
 /// first dot of the whole path. Readers of the logs know this rule: a dot in a directory's name counts.
@@ -99,10 +127,10 @@ bool LogFile::open() {
 }
 
 LogFile::Condition LogFile::examine(std::int64_t limit) const {
-    struct stat status {};
-    if (stat(m_path.c_str(), &status) != 0 || status.st_ino != m_inode || status.st_dev != m_device)
+    std::optional<Look> const look = lookAt(m_path);
+    if (!look || look->inode != m_inode || look->device != m_device)
         return Condition::Gone;
-    return status.st_size > limit ? Condition::TooLarge : Condition::Good;
+    return look->size > limit ? Condition::TooLarge : Condition::Good;
 }
 
 bool LogFile::append(std::string_view lines) {

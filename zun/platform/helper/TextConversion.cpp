@@ -35,13 +35,15 @@ std::wstring toWide(std::string_view utf8) {
 }
 
 void appendNarrow(std::string& utf8, std::wstring_view wide) {
-    for (wchar_t const element : wide) {
+    std::size_t const start = utf8.size();
+    utf8.resize(start + wide.size());
+    std::size_t ascii = 0;
+    for (; ascii < wide.size() && static_cast<char32_t>(wide[ascii]) < 0x80; ++ascii)
+        utf8[start + ascii] = static_cast<char>(wide[ascii]);
+    utf8.resize(start + ascii);
+    for (wchar_t const element : wide.substr(ascii)) {
         auto const character = static_cast<char32_t>(element);
-        if (character < 0x80)
-            utf8.push_back(static_cast<char>(character));
-        else
-            utf8::unchecked::append(isScalarValue(character) ? character : replacement,
-                                    std::back_inserter(utf8));
+        utf8::unchecked::append(isScalarValue(character) ? character : replacement, std::back_inserter(utf8));
     }
 }
 

@@ -1,0 +1,145 @@
+// One log line with one file attached, and one that the level filters out, beside what others take for the
+// same.
+
+#include <zun/linux/log.h>
+#include <zun/logger/ILogger.h>
+
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <glog/logging.h>
+#include <iterator>
+#include <memory>
+#include <spdlog/sinks/rotating_file_sink.h>
+#include <spdlog/spdlog.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using orvane_com::zun::logger::ILogger;
+
+namespace {
+
+constexpr std::size_t unlimited = std::size_t{1} << 40;
+constexpr wchar_t wideMessage[] = L"Next policy enforcement will be in 300 seconds, task queue is empty";
+constexpr char message[] = "Next policy enforcement will be in 300 seconds, task queue is empty";
+
+/// A directory for one benchmark's log, removed with it.
+class Directory {
+public:
+    Directory() {
+        std::string path = std::filesystem::temp_directory_path() / "zun_bench_XXXXXX";
+        if (!mkdtemp(path.data()))
+            std::abort();
+        m_path = path;
+    }
+    ~Directory() { std::filesystem::remove_all(m_path); }
+    std::string file() const { return m_path + "/agent.log"; }
+    std::string const& path() const { return m_path; }
+
+private:
+    std::string m_path;
+};
+
+/// The logger with one file attached, at level Info.
+class Logger {
+public:
+    explicit Logger(Directory const& directory) {
+        std::string const path = directory.file();
+        setupLog(std::wstring(path.begin(), path.end()).c_str(), L"", false, false);
+        ILogger::GetLogger()->setMaxLogFileSize(unlimited / 1024);
+    }
+    ~Logger() { ILogger::FreeLogger(); }
+};
+
+void acceptedZun(benchmark::State& state) {
+    Directory const directory;
+    Logger const logger(directory);
+    for (auto _ : state)
+        logInfo(L"Agent", wideMessage);
+}
+BENCHMARK(acceptedZun)->Name("log_accepted_line/zun");
+
+void acceptedBare(benchmark::State& state) {
+    Directory const directory;
+    {
+        Logger const logger(directory);
+        logInfo(L"Agent", wideMessage);
+    }
+    std::ifstream written(directory.file(), std::ios::binary);
+    std::string const line{std::istreambuf_iterator<char>(written), std::istreambuf_iterator<char>()};
+    std::string const path = directory.file();
+    int const file = open(path.c_str(), O_WRONLY | O_APPEND);
+    for (auto _ : state) {
+        struct stat status {};
+        benchmark::DoNotOptimize(stat(path.c_str(), &status));
+        benchmark::DoNotOptimize(write(file, line.data(), line.size()));
+    }
+    close(file);
+}
+BENCHMARK(acceptedBare)->Name("log_accepted_line/stat_and_write");
+
+std::shared_ptr<spdlog::logger> rotatingLogger(Directory const& directory) {
+    auto const sink = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(directory.file(), unlimited, 5);
+    auto const logger = std::make_shared<spdlog::logger>("bench", sink);
+    logger->set_pattern("%Y-%m-%d %H:%M:%S.%e [%P]  (%t)      [Agent] [I] %v\r");
+    logger->set_level(spdlog::level::info);
+    logger->flush_on(spdlog::level::trace);
+    return logger;
+}
+
+void acceptedSpdlog(benchmark::State& state) {
+    Directory const directory;
+    auto const logger = rotatingLogger(directory);
+    for (auto _ : state)
+        logger->info(message);
+}
+BENCHMARK(acceptedSpdlog)->Name("log_accepted_line/spdlog_rotating_flushed");
+
+/// What spdlog lacks: the look at the path that tells whether the file is still there.
+void acceptedSpdlogWithLook(benchmark::State& state) {
+    Directory const directory;
+    auto const logger = rotatingLogger(directory);
+    std::string const path = directory.file();
+    for (auto _ : state) {
+        struct stat status {};
+        benchmark::DoNotOptimize(stat(path.c_str(), &status));
+        logger->info(message);
+    }
+}
+BENCHMARK(acceptedSpdlogWithLook)->Name("log_accepted_line/spdlog_and_stat");
+
+void acceptedGlog(benchmark::State& state) {
+    Directory const directory;
+    FLAGS_log_dir = directory.path();
+    FLAGS_logbuflevel = -1;
+    FLAGS_stderrthreshold = google::GLOG_FATAL;
+    FLAGS_max_log_size = 4095;
+    google::SetLogDestination(google::GLOG_INFO, directory.file().c_str());
+    for (auto _ : state)
+        LOG(INFO) << message;
+    google::FlushLogFiles(google::GLOG_INFO);
+    google::SetLogDestination(google::GLOG_INFO, "");
+}
+BENCHMARK(acceptedGlog)->Name("log_accepted_line/glog_unbuffered");
+
+void filteredZun(benchmark::State& state) {
+    Directory const directory;
+    Logger const logger(directory);
+    for (auto _ : state)
+        logDetail(L"Agent", wideMessage);
+}
+BENCHMARK(filteredZun)->Name("log_filtered_line/zun");
+
+void filteredSpdlog(benchmark::State& state) {
+    Directory const directory;
+    auto const logger = rotatingLogger(directory);
+    for (auto _ : state)
+        logger->debug(message);
+}
+BENCHMARK(filteredSpdlog)->Name("log_filtered_line/spdlog");
+
+} // namespace
