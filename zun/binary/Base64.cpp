@@ -37,14 +37,24 @@ constexpr auto placedValues = [] {
 }();
 constexpr auto const& values = placedValues[3];
 
+/// Four characters for the low 24 bits.
+void encodeBits(unsigned int bits, char* destination) {
+    std::memcpy(destination, characterPairs[bits >> 12 & 0xfff].data(), 2);
+    std::memcpy(destination + 2, characterPairs[bits & 0xfff].data(), 2);
+}
+
 /// A group is 3 bytes and 4 characters.
 void encodeGroups(unsigned char const* source, unsigned long groups, char* destination) {
-    for (; groups > 0; --groups, source += 3, destination += 4) {
-        unsigned int const bits = static_cast<unsigned int>(source[0]) << 16 |
-                                  static_cast<unsigned int>(source[1]) << 8 | source[2];
-        std::memcpy(destination, characterPairs[bits >> 12].data(), 2);
-        std::memcpy(destination + 2, characterPairs[bits & 0xfff].data(), 2);
+    for (; groups >= 2; groups -= 2, source += 6, destination += 8) {
+        unsigned int head = 0;
+        unsigned int tail = 0;
+        std::memcpy(&head, source, sizeof head);
+        std::memcpy(&tail, source + 2, sizeof tail);
+        encodeBits(Be2Host4(head) >> 8, destination);
+        encodeBits(Be2Host4(tail), destination + 4);
     }
+    if (groups > 0)
+        encodeBits(static_cast<unsigned int>(source[0] << 16 | source[1] << 8 | source[2]), destination);
 }
 
 std::uint32_t groupBits(unsigned char const* source) {

@@ -11,40 +11,54 @@ namespace {
 
 constexpr char star = '*';
 
-void lowerCase(std::string& text) {
-    for (char& c : text)
-        c = static_cast<char>(c + (c >= 'A' && c <= 'Z' ? 'a' - 'A' : 0));
+char lower(char c) {
+    return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+}
+
+bool beginsWith(std::string_view text, std::string_view literal) {
+    if (text.size() < literal.size())
+        return false;
+    for (std::size_t i = 0; i < literal.size(); ++i)
+        if (lower(text[i]) != lower(literal[i]))
+            return false;
+    return true;
+}
+
+/// The first occurrence's position; npos when there is none. The literal is not empty.
+std::size_t find(std::string_view text, std::string_view literal) {
+    char const first = lower(literal[0]);
+    for (std::size_t i = 0; i + literal.size() <= text.size(); ++i)
+        if (lower(text[i]) == first && beginsWith(text.substr(i), literal))
+            return i;
+    return std::string_view::npos;
 }
 
 } // namespace
 
 // What stands between two stars may always take its first occurrence: that leaves the most text for the rest.
-bool MatchWildcard(std::string pattern, std::string text) {
-    lowerCase(pattern);
-    lowerCase(text);
+bool MatchWildcard(std::string const& pattern, std::string const& text) {
     std::string_view const whole(pattern);
     std::string_view rest(text);
-
-    std::size_t glob = whole.find(star);
-    if (glob == std::string_view::npos)
-        return whole == rest;
-    if (!rest.starts_with(whole.substr(0, glob)))
+    std::size_t literalEnd = std::min(whole.find(star), whole.size());
+    if (!beginsWith(rest, whole.substr(0, literalEnd)))
         return false;
-    rest.remove_prefix(glob);
+    rest.remove_prefix(literalEnd);
+    if (literalEnd == whole.size())
+        return rest.empty();
 
     for (;;) {
-        glob = whole.find_first_not_of(star, glob);
-        if (glob == std::string_view::npos)
+        std::size_t const begin = whole.find_first_not_of(star, literalEnd);
+        if (begin == std::string_view::npos)
             return !rest.empty();
-        std::size_t const globEnd = whole.find(star, glob);
-        std::string_view const literal = whole.substr(glob, globEnd - glob);
-        if (globEnd == std::string_view::npos)
-            return rest.ends_with(literal);
-        std::size_t const found = rest.find(literal);
+        literalEnd = whole.find(star, begin);
+        std::string_view const literal = whole.substr(begin, literalEnd - begin);
+        if (literalEnd == std::string_view::npos)
+            return rest.size() >= literal.size() &&
+                   beginsWith(rest.substr(rest.size() - literal.size()), literal);
+        std::size_t const found = find(rest, literal);
         if (found == std::string_view::npos)
             return false;
         rest.remove_prefix(found + literal.size());
-        glob = globEnd;
     }
 }
 
