@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <cwchar>
 #include <utility>
 
@@ -37,58 +39,100 @@ std::uint32_t magnitude(std::int32_t value) {
     return value < 0 ? 0u - static_cast<std::uint32_t>(value) : static_cast<std::uint32_t>(value);
 }
 
-/// The digits of a number, and room for a sign before them, without a heap allocation.
+/// "00" to "99".
+constexpr std::array<wchar_t, 200> digitPairs = [] {
+    std::array<wchar_t, 200> pairs{};
+    for (std::size_t i = 0; i < pairs.size(); i += 2) {
+        pairs[i] = static_cast<wchar_t>(L'0' + i / 20);
+        pairs[i + 1] = static_cast<wchar_t>(L'0' + i / 2 % 10);
+    }
+    return pairs;
+}();
+
+std::size_t decimalLength(std::uint32_t value) {
+    static constexpr std::array<std::uint32_t, 10> leastOfLength = {
+        0, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000};
+    // The binary length times log10(2) is the decimal length or one more than that below it.
+    std::size_t const estimate = static_cast<std::size_t>(std::bit_width(value)) * 1233 / 4096;
+    return value < leastOfLength[estimate] ? estimate : estimate + 1;
+}
+
+void writePair(wchar_t* destination, std::uint32_t value) {
+    std::memcpy(destination, &digitPairs[std::size_t{value} * 2], 2 * sizeof(wchar_t));
+}
+
+/// Writes the digits that end before `end`.
+void writeDecimal(wchar_t* end, std::uint32_t value) {
+    // Four digits a round, because each division by ten thousand waits for the one before it.
+    for (; value >= 10000; value /= 10000) {
+        std::uint32_t const low = value % 10000;
+        end -= 4;
+        writePair(end, low / 100);
+        writePair(end + 2, low % 100);
+    }
+    if (value >= 100) {
+        end -= 2;
+        writePair(end, value % 100);
+        value /= 100;
+    }
+    if (value >= 10)
+        writePair(end - 2, value);
+    else
+        end[-1] = static_cast<wchar_t>(L'0' + value);
+}
+
+/// A 32-bit number's digits, measured first so that they are written once, where they belong.
 class Digits {
 public:
-    static Digits decimal(std::uint32_t value) {
-        Digits digits;
-        while (value >= 100) {
-            digits.prependPair(value % 100);
-            value /= 100;
-        }
-        if (value >= 10)
-            digits.prependPair(value);
-        else
-            digits.prepend(static_cast<wchar_t>(L'0' + value));
-        return digits;
-    }
+    static Digits decimal(std::uint32_t value) { return {Base::decimal, false, value, decimalLength(value)}; }
 
     static Digits signedDecimal(std::int32_t value) {
-        Digits digits = decimal(magnitude(value));
-        if (value < 0)
-            digits.prepend(L'-');
-        return digits;
+        bool const negative = value < 0;
+        return {Base::decimal, negative, magnitude(value),
+                decimalLength(magnitude(value)) + (negative ? 1 : 0)};
     }
 
-    static Digits hexadecimal(std::uint32_t value) {
-        Digits digits;
-        do {
-            digits.prepend(L"0123456789abcdef"[value & 0xf]);
-            value >>= 4;
-        } while (value != 0);
-        return digits;
+    static Digits hexadecimal(std::uint32_t value, std::size_t atLeast) {
+        std::size_t const length = (static_cast<std::size_t>(std::bit_width(value)) + 3) / 4;
+        return {Base::hexadecimal, false, value, std::max(length, atLeast)};
     }
 
-    void padWithZeros(std::size_t count) {
-        while (size() < count)
-            prepend(L'0');
+    std::size_t size() const { return m_size; }
+
+    /// Writes size() characters.
+    void write(wchar_t* destination) const {
+        if (m_negative)
+            *destination = L'-';
+        wchar_t* end = destination + m_size;
+        if (m_base == Base::decimal) {
+            writeDecimal(end, m_value);
+            return;
+        }
+        for (std::uint32_t rest = m_value; end != destination; rest >>= 4)
+            *--end = L"0123456789abcdef"[rest & 0xf];
     }
 
-    void drop() { m_first = m_characters.size(); }
+    std::wstring text() const {
+        std::wstring result(m_size, L'\0');
+        write(result.data());
+        return result;
+    }
 
-    wchar_t const* data() const { return m_characters.data() + m_first; }
-    std::size_t size() const { return m_characters.size() - m_first; }
+    void appendTo(std::wstring& text) const {
+        text.append(m_size, L'\0');
+        write(text.data() + text.size() - m_size);
+    }
 
 private:
-    void prepend(wchar_t character) { m_characters[--m_first] = character; }
+    enum class Base { decimal, hexadecimal };
 
-    void prependPair(std::uint32_t value) {
-        prepend(static_cast<wchar_t>(L'0' + value % 10));
-        prepend(static_cast<wchar_t>(L'0' + value / 10));
-    }
+    Digits(Base base, bool negative, std::uint32_t value, std::size_t size)
+        : m_base(base), m_negative(negative), m_value(value), m_size(size) {}
 
-    std::array<wchar_t, 11> m_characters;
-    std::size_t m_first = m_characters.size();
+    Base m_base;
+    bool m_negative;
+    std::uint32_t m_value;
+    std::size_t m_size;
 };
 
 Digits digitsOf(long number) {
@@ -100,10 +144,7 @@ Digits digitsOf(unsigned long number) {
 }
 
 Digits digitsOf(void* pointer) {
-    Digits digits =
-        Digits::hexadecimal(static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(pointer)));
-    digits.padWithZeros(8);
-    return digits;
+    return Digits::hexadecimal(static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(pointer)), 8);
 }
 
 enum class NumberType { signedDecimal, unsignedDecimal, hexadecimal };
@@ -155,23 +196,14 @@ Directives readDirectives(AFormat const& request) {
 /// Lays a number out as printf(3) does, cut to the longest that a number may take.
 void layOutNumber(std::wstring& text, AFormat const& request, Directives const& directives) {
     std::uint32_t const bits = lowHalf(request.value);
-    bool negative = false;
-    Digits digits = [&] {
-        switch (directives.type) {
-        case NumberType::hexadecimal:
-            return Digits::hexadecimal(bits);
-        case NumberType::unsignedDecimal:
-            return Digits::decimal(bits);
-        default:
-            negative = static_cast<std::int32_t>(bits) < 0;
-            return Digits::decimal(magnitude(static_cast<std::int32_t>(bits)));
-        }
-    }();
-    if (bits == 0 && request.precision == 0)
-        digits.drop();
+    bool const negative = directives.type == NumberType::signedDecimal && static_cast<std::int32_t>(bits) < 0;
+    Digits const digits = directives.type == NumberType::hexadecimal ? Digits::hexadecimal(bits, 1)
+                          : negative ? Digits::decimal(magnitude(static_cast<std::int32_t>(bits)))
+                                     : Digits::decimal(bits);
+    bool const noDigits = bits == 0 && request.precision == 0;
 
     std::int64_t const sign = negative ? 1 : 0;
-    std::int64_t const count = static_cast<std::int64_t>(digits.size());
+    std::int64_t const count = noDigits ? 0 : static_cast<std::int64_t>(digits.size());
     std::int64_t zeros = 0;
     if (request.precision >= 0)
         zeros = std::max<std::int64_t>(request.precision - count, 0);
@@ -179,20 +211,24 @@ void layOutNumber(std::wstring& text, AFormat const& request, Directives const& 
         zeros = std::max<std::int64_t>(directives.width - sign - count, 0);
     std::int64_t const blanks = std::max<std::int64_t>(directives.width - sign - zeros - count, 0);
 
-    text.clear();
-    auto const append = [&text](std::int64_t repeat, wchar_t character) {
-        std::int64_t const room = longestNumber - static_cast<std::int64_t>(text.size());
-        text.append(static_cast<std::size_t>(std::min(repeat, room)), character);
+    // With each part cut by itself, the text up to the cut is what it would be without.
+    auto const cut = [](std::int64_t length) {
+        return static_cast<std::size_t>(std::min(length, longestNumber));
     };
-    text.reserve(static_cast<std::size_t>(std::min(sign + zeros + count + blanks, longestNumber)));
+    std::array<wchar_t, 2 * longestNumber + 11> characters;
+    wchar_t* end = characters.data();
     if (!directives.leftJustify)
-        append(blanks, L' ');
-    append(sign, L'-');
-    append(zeros, L'0');
-    text.append(digits.data(),
-                std::min(digits.size(), static_cast<std::size_t>(longestNumber) - text.size()));
+        end = std::fill_n(end, cut(blanks), L' ');
+    if (negative)
+        *end++ = L'-';
+    end = std::fill_n(end, cut(zeros), L'0');
+    if (!noDigits) {
+        digits.write(end);
+        end += digits.size();
+    }
     if (directives.leftJustify)
-        append(blanks, L' ');
+        end = std::fill_n(end, cut(blanks), L' ');
+    text.assign(characters.data(), cut(end - characters.data()));
 }
 
 /// `request.text` may be a part of `text`.
@@ -223,17 +259,11 @@ AString::AString(char byte) : m_text(1, convertOne(byte)) {}
 
 AString::AString(int number) : AString(long{number}) {}
 
-AString::AString(long number) {
-    *this << number;
-}
+AString::AString(long number) : m_text(digitsOf(number).text()) {}
 
-AString::AString(unsigned long number) {
-    *this << number;
-}
+AString::AString(unsigned long number) : m_text(digitsOf(number).text()) {}
 
-AString::AString(void* pointer) {
-    *this << pointer;
-}
+AString::AString(void* pointer) : m_text(digitsOf(pointer).text()) {}
 
 AString::AString(AFormat const& request) {
     execute(request);
@@ -309,20 +339,17 @@ AString& AString::operator<<(int number) {
 }
 
 AString& AString::operator<<(long number) {
-    Digits const digits = digitsOf(number);
-    m_text.append(digits.data(), digits.size());
+    digitsOf(number).appendTo(m_text);
     return *this;
 }
 
 AString& AString::operator<<(unsigned long number) {
-    Digits const digits = digitsOf(number);
-    m_text.append(digits.data(), digits.size());
+    digitsOf(number).appendTo(m_text);
     return *this;
 }
 
 AString& AString::operator<<(void* pointer) {
-    Digits const digits = digitsOf(pointer);
-    m_text.append(digits.data(), digits.size());
+    digitsOf(pointer).appendTo(m_text);
     return *this;
 }
 

@@ -4,8 +4,8 @@
 #include <zun/text/AString.h>
 
 /// Splits its own copy of a text into tokens at any of a set of delimiter characters. Consecutive delimiters
-/// give empty tokens. Every pointer handed out points into that copy: it lives as long as the parser and until
-/// the next startAt.
+/// give empty tokens. Every pointer handed out points into that copy: it lives as long as the parser and
+/// until the next startAt.
 class ZUN_API AStringParser {
 public:
     AStringParser();
@@ -30,10 +30,10 @@ public:
     /// Moves on by up to `count` characters, not beyond the end.
     void skip(int count);
 
-    bool atEnd() const;
+    bool atEnd() const { return *m_position == L'\0'; }
 
     /// The rest of the text, untouched.
-    wchar_t const* getRemaining() const;
+    wchar_t const* getRemaining() const { return m_position; }
 
 private:
     AString m_text;
@@ -48,5 +48,5 @@ ZUN_API void parseInTwo(wchar_t const* text, AString* left, wchar_t const* delim
 
 /// Splits at the last character of `delimiters`. Without one, the whole text goes to `left` when
 /// `wholeToLeft`, otherwise to `right`, and the other is empty. An output that is null is not written.
-ZUN_API void parseInTwoFromRight(wchar_t const* text, AString* left, wchar_t const* delimiters, AString* right,
-                                 bool wholeToLeft);
+ZUN_API void parseInTwoFromRight(wchar_t const* text, AString* left, wchar_t const* delimiters,
+                                 AString* right, bool wholeToLeft);
