@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -17,7 +18,7 @@
 
 // An enciphered text is
 //
-//   8 bytes   what it is; the first is found in no UTF-8 or UTF-16 text's beginning
+//   8 bytes   what it is; no UTF-8 text starts with the first
 //   1 byte    the format's version, 1
 //   24 bytes  a random nonce
 //   the rest  the text enciphered by XChaCha20 and its Poly1305 tag, in libsodium's combined mode; name and
@@ -107,7 +108,10 @@ bool createKeyFile(std::string const& path) {
     if (!file.isOpen() || file.write(bytes) != keySize || !file.flush() || !file.close() ||
         (!created.becomeTarget() && errno != EEXIST))
         return failForErrno("cannot create the key file", path);
-    return true;
+    // Only now does the name survive a loss of power, and with it what the key will encipher.
+    std::string const directory = std::filesystem::absolute(path).parent_path();
+    return FileDescriptor::open(directory.c_str(), O_RDONLY | O_DIRECTORY).flush() ||
+           failForErrno("cannot save the name of the key file", path);
 }
 
 /// How many bytes were read: fewer than `size` only at the file's end; none, with errno set, on failure.

@@ -60,18 +60,22 @@ bool RegistryView::refresh() {
     if (isCurrent())
         return true;
     helper::FileDescriptor file = helper::FileDescriptor::open(m_path.c_str(), O_RDONLY);
+    struct stat status {};
+    bool isReliable = false;
     std::string text;
     if (file.isOpen()) {
         // The status comes first: what changes while the text is read makes the view out of date.
-        if (fstat(file.get(), &m_status) != 0)
+        if (fstat(file.get(), &status) != 0)
             return false;
-        m_statusIsReliable = isOlderThanClockTick(m_status);
+        isReliable = isOlderThanClockTick(status);
         if (!helper::readWholeFile(m_path, text) && errno != ENOENT)
             return false;
     } else if (errno != ENOENT) {
         return false;
     }
     m_file = std::move(file);
+    m_status = status;
+    m_statusIsReliable = isReliable;
     parse(text);
     return true;
 }
