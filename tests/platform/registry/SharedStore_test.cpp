@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <functional>
+#include <ostream>
 #include <random>
 #include <set>
 #include <tests/support/ChildProcess.h>
@@ -24,6 +24,10 @@ struct Store {
     bool (*set)(std::string const& file, std::string const& name, std::string const& value);
     std::string (*get)(std::string const& file, std::string const& name);
 };
+
+void PrintTo(Store const& store, std::ostream* stream) {
+    *stream << store.name;
+}
 
 bool setProfile(std::string const& file, std::string const& name, std::string const& value) {
     return WritePrivateProfileString(L"s", toWide(name).c_str(), toWide(value).c_str(), toWide(file).c_str());
