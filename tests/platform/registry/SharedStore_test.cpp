@@ -1,0 +1,139 @@
+#include <zun/platform/helper/CommonHelper.h>
+#include <zun/platform/registry/ProfileString.h>
+#include <zun/platform/registry/Registry.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <ostream>
+#include <random>
+#include <set>
+#include <tests/support/ChildProcess.h>
+#include <tests/support/TemporaryDirectory.h>
+#include <thread>
+#include <vector>
+
+using orvane_com::zun::helper::toWide;
+
+namespace {
+
+/// A file that several processes share, in either of the two formats.
+struct Store {
+    char const* name;
+    bool (*open)(std::string const& file);
+    bool (*set)(std::string const& file, std::string const& name, std::string const& value);
+    std::string (*get)(std::string const& file, std::string const& name);
+};
+
+void PrintTo(Store const& store, std::ostream* stream) {
+    *stream << store.name;
+}
+
+bool setProfile(std::string const& file, std::string const& name, std::string const& value) {
+    return WritePrivateProfileString(L"s", toWide(name).c_str(), toWide(value).c_str(), toWide(file).c_str());
+}
+
+std::string getProfile(std::string const& file, std::string const& name) {
+    std::wstring buffer(20'000, L'\0');
+    buffer.resize(GetPrivateProfileString(L"s", toWide(name).c_str(), L"", buffer.data(), buffer.size(),
+                                          toWide(file).c_str()));
+    return orvane_com::zun::helper::toNarrow(buffer);
+}
+
+bool openRegistry(std::string const& file) {
+    return InitializeRegistry(toWide(file));
+}
+
+bool setRegistry(std::string const& /*file*/, std::string const& name, std::string const& value) {
+    HKEY key = nullptr;
+    return RegCreateKey(HKEY_LOCAL_MACHINE, "s", &key) == ERROR_SUCCESS &&
+           RegSetValueEx(key, name.c_str(), 0, REG_SZ, reinterpret_cast<unsigned char const*>(value.data()),
+                         value.size()) == ERROR_SUCCESS &&
+           RegCloseKey(key) == ERROR_SUCCESS;
+}
+
+std::string getRegistry(std::string const& /*file*/, std::string const& name) {
+    std::string bytes(20'000, '\0');
+    unsigned long size = bytes.size();
+    HKEY key = nullptr;
+    bool const found =
+        RegOpenKey(HKEY_LOCAL_MACHINE, "s", &key) == ERROR_SUCCESS &&
+        RegQueryValueEx(key, name.c_str(), nullptr, nullptr, reinterpret_cast<unsigned char*>(bytes.data()),
+                        &size) == ERROR_SUCCESS;
+    RegCloseKey(key);
+    return found ? bytes.substr(0, size) : "";
+}
+
+class SharedStoreTest : public testing::TestWithParam<Store> {
+protected:
+    SharedStoreTest() { EXPECT_TRUE(GetParam().open(m_file)); }
+    bool set(std::string const& name, std::string const& value) const {
+        return GetParam().set(m_file, name, value);
+    }
+    std::string get(std::string const& name) const { return GetParam().get(m_file, name); }
+
+    TemporaryDirectory m_directory;
+    std::string m_file = m_directory.file("store");
+};
+
+TEST_P(SharedStoreTest, ProcessesLoseNoneOfTheirWrites) {
+    constexpr int processes = 3;
+    constexpr int writes = 40;
+    std::vector<ChildProcess> children;
+    for (int process = 0; process < processes; ++process)
+        children.emplace_back([this, process] {
+            bool wellDone = true;
+            for (int write = 0; write < writes; ++write) {
+                std::string const name = std::to_string(process) + "/" + std::to_string(write);
+                wellDone = wellDone && set(name, name) && get(name) == name;
+            }
+            return wellDone;
+        });
+    for (ChildProcess& child : children)
+        EXPECT_TRUE(child.join());
+    for (int process = 0; process < processes; ++process)
+        for (int write = 0; write < writes; ++write) {
+            std::string const name = std::to_string(process) + "/" + std::to_string(write);
+            EXPECT_EQ(get(name), name);
+        }
+}
+
+TEST_P(SharedStoreTest, AKilledWriterLeavesTheOldFileOrTheNewOne) {
+    constexpr int rounds = 200;
+    std::string const values[] = {std::string(10'000, 'a'), std::string(7'000, 'b')};
+    ASSERT_TRUE(set("v", "") && set("other", "kept"));
+    std::set<std::string> wholeFiles;
+    for (std::string const& value : values) {
+        ASSERT_TRUE(set("v", value));
+        wholeFiles.insert(readFile(m_file));
+    }
+    std::mt19937 random(1);
+    std::uniform_int_distribution<int> microseconds(0, 4000);
+    int written[2];
+    ASSERT_EQ(pipe(written), 0);
+    for (int round = 0; round < rounds; ++round) {
+        ChildProcess writer([&] {
+            for (int count = 0; set("v", values[count % 2]); ++count)
+                if (count == 0 && write(written[1], "w", 1) != 1)
+                    break;
+            return false;
+        });
+        char byte = 0;
+        ASSERT_EQ(read(written[0], &byte, 1), 1);
+        std::this_thread::sleep_for(std::chrono::microseconds(microseconds(random)));
+        writer.kill();
+        ASSERT_TRUE(wholeFiles.contains(readFile(m_file))) << round;
+    }
+    close(written[0]);
+    close(written[1]);
+    EXPECT_TRUE(set("v", "free")) << "no lock is left behind";
+    EXPECT_EQ(get("v") + get("other"), "freekept");
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, SharedStoreTest,
+                         testing::Values(Store{"Profile", [](std::string const&) { return true; }, setProfile,
+                                               getProfile},
+                                         Store{"Registry", openRegistry, setRegistry, getRegistry}),
+                         [](auto const& instance) { return instance.param.name; });
+
+} // namespace

@@ -1,0 +1,337 @@
+#include <zun/binary/ABuffer.h>
+#include <zun/linux/log.h>
+#include <zun/platform/helper/FileDescriptor.h>
+#include <zun/platform/helper/FileLock.h>
+#include <zun/platform/helper/WholeFile.h>
+#include <zun/structured/AnIni2.h>
+#include <zun/structured/AnXml.h>
+#include <zun/text/ACharString.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <clocale>
+#include <cwctype>
+#include <exception>
+#include <fcntl.h>
+
+using namespace orvane_com::file::ini;
+using namespace orvane_com::zun;
+
+namespace {
+
+constexpr wchar_t const* group = L"ini";
+constexpr wchar_t const* notParsed = L"Ini file not parsed in AnIni2";
+
+bool isWhiteSpace(wchar_t character) {
+    constexpr wchar_t firstBeyondAscii = 0x80;
+    if (character < firstBeyondAscii)
+        return character == L' ' || (character >= L'\t' && character <= L'\r');
+    return iswspace(static_cast<wint_t>(character)) != 0;
+}
+
+/// The characters that may end a name, a value or a comment.
+bool mayEndRun(wchar_t character) {
+    // All of them are among the first hundred characters, most letters are not.
+    return character <= L']' && (character == L'\n' || character == L'\r' || character == L'=' ||
+                                 character == L'[' || character == L']');
+}
+
+} // namespace
+
+AnIni2::AnIni2(AString const& fileName) : AnIni(fileName) {
+    initialize();
+}
+
+AnIni2::~AnIni2() {
+    AnIni2::close();
+}
+
+void AnIni2::initialize() {
+    m_parsed = parse();
+    if (!m_parsed) {
+        logInternalError(group, notParsed);
+        m_sections.clear();
+    }
+    m_modified = false;
+}
+
+void AnIni2::open(AString const& fileName) {
+    close();
+    AnIni::open(fileName);
+    initialize();
+}
+
+void AnIni2::close() {
+    write();
+    m_sections.clear();
+    m_parsed = false;
+    AnIni::close();
+}
+
+bool AnIni2::get(bool required, AString const& section, AString const& key, AString& value) {
+    if (!m_parsed)
+        return AnIni::get(required, section, key, value);
+    auto const settings = m_sections.find(section);
+    if (settings != m_sections.end()) {
+        auto const setting = settings->second.find(key);
+        if (setting != settings->second.end()) {
+            value.cpp_str() = setting->second;
+            return true;
+        }
+    }
+    if (required) {
+        AString message;
+        message << L"Couldn't read required section \"" << section << L"\", setting \"" << key
+                << L"\" from file \"" << fileName() << L"\"";
+        logError(group, message);
+    }
+    value = L"";
+    return false;
+}
+
+bool AnIni2::tryGet(AString const& section, AString const& key, AString& value) {
+    return get(false, section, key, value);
+}
+
+bool AnIni2::getExisting(AString const& section, AString const& key, AString& value) {
+    return get(true, section, key, value);
+}
+
+void AnIni2::set(AString const& section, AString const& key, AString const& value) {
+    if (m_parsed)
+        insert(section, key, value);
+    else
+        AnIni::set(section, key, value);
+}
+
+bool AnIni2::getIniMap(IniMap& out) {
+    if (!m_parsed) {
+        logInternalError(group, notParsed);
+        m_sections.clear();
+        return false;
+    }
+    out = m_sections;
+    return true;
+}
+
+void AnIni2::write() {
+    if (!m_modified)
+        return;
+    m_modified = false;
+    std::wstring text;
+    for (auto const& [section, settings] : m_sections) {
+        text.append(L"[").append(section).append(L"]\n");
+        for (auto const& [key, value] : settings)
+            text.append(key).append(L"=").append(value).append(L"\n");
+        text.append(L"\n");
+    }
+    // Held against the other writers of profile strings; it is had only where the file can be written.
+    constexpr unsigned newFileMode = 0666;
+    std::string const path = static_cast<char const*>(ACharString(fileName()));
+    helper::FileLock const lock(path, newFileMode);
+    if (!lock.isHeld())
+        return;
+    std::setlocale(LC_ALL, "");
+    AnObjectBuffer<unsigned char> bytes;
+    if (AnXml::convertUnicodeToUtf8(text.c_str(), bytes))
+        helper::replaceWholeFile(path, bytes.cpp_str().c_str(), newFileMode);
+}
+
+/// False, logged, when the file can be opened but not be read, and when it is no UTF-8.
+bool AnIni2::readText(AString& text) const {
+    ACharString const path(fileName());
+    std::string bytes;
+    if (!helper::readWholeFile(static_cast<char const*>(path), bytes)) {
+        int const error = errno;
+        if (!helper::FileDescriptor::open(path, O_RDONLY).isOpen())
+            return true;
+        errno = error;
+        logErrno(group);
+        return false;
+    }
+    return bytes.empty() || AnXml::convertUtf8ToUnicode(bytes.c_str(), text);
+}
+
+bool AnIni2::parse() {
+    try {
+        AString text;
+        if (!readText(text))
+            return false;
+        std::setlocale(LC_ALL, "");
+
+        State state = LineStart;
+        std::wstring section;
+        std::wstring key;
+        std::wstring value;
+        unsigned line = 1;
+        wchar_t const* at = text.const_cpp_str().data();
+        wchar_t const* const end = at + text.size();
+        while (at != end && state != Failed) {
+            wchar_t const c = *at++;
+            switch (c) {
+            case L'\n':
+            case L'\r':
+                processEOL(state, section, key, value, static_cast<int>(line));
+                ++line;
+                break;
+            case L'=':
+                processEqualSign(state, key, value, c, static_cast<int>(line));
+                break;
+            case L'[':
+                processLeftBracket(state, section, value, c, static_cast<int>(line));
+                break;
+            case L']':
+                processRightBracket(state, section, value, c, static_cast<int>(line));
+                break;
+            case L';':
+                if (state == LineStart)
+                    state = InComment;
+                [[fallthrough]];
+            default:
+                processDefault(state, section, key, value, c);
+            }
+            if (state == LineStart || state == Failed)
+                continue;
+            // The characters up to the next of the above are taken in one step.
+            wchar_t const* const runEnd = std::find_if(at, end, mayEndRun);
+            if (state != InComment) {
+                std::wstring& collected = state == InSection ? section : state == InKey ? key : value;
+                collected.append(at, runEnd);
+            }
+            at = runEnd;
+        }
+        processEOF(state, section, key, value);
+        return state == LineStart;
+    } catch (std::exception const& exception) {
+        AString message;
+        message << L"Exception " << exception.what() << L" trying to parse " << fileName();
+        logInternalError(group, message);
+    }
+    return false;
+}
+
+void AnIni2::insert(std::wstring const& section, std::wstring const& key, std::wstring const& value) {
+    if (key.empty() && (section.empty() || !value.empty())) {
+        AString message;
+        message << L"Unable to insert " << section << L", " << key << L", and " << value << L" into the map.";
+        logInternalError(group, message);
+        return;
+    }
+    try {
+        auto settings = m_sections.find(section);
+        if (settings == m_sections.end())
+            settings = m_sections.emplace(section, Settings());
+        auto const [setting, isNew] = settings->second.try_emplace(key, value);
+        if (!isNew) {
+            if (setting->second == value)
+                return;
+            setting->second = value;
+        }
+        m_modified = true;
+    } catch (std::exception const& exception) {
+        AString message;
+        message << L"Exception " << exception.what() << L" trying to insert " << section << L", " << key
+                << L", and " << value << L" into the map";
+        logInternalError(group, message);
+    }
+}
+
+void AnIni2::removeLeadingWhiteSpace(std::wstring& text) {
+    text.erase(text.begin(), std::find_if_not(text.begin(), text.end(), isWhiteSpace));
+}
+
+void AnIni2::removeTrailingWhiteSpace(std::wstring& text) {
+    text.erase(std::find_if_not(text.rbegin(), text.rend(), isWhiteSpace).base(), text.end());
+}
+
+void AnIni2::processLeftBracket(State& state, std::wstring& section, std::wstring& value, wchar_t c,
+                                int line) const {
+    if (state == LineStart) {
+        section.clear();
+        state = InSection;
+    } else if (state == InValue) {
+        value += c;
+    } else {
+        fail(state, L"Unexpected: '[' ", line);
+    }
+}
+
+void AnIni2::processRightBracket(State& state, std::wstring& section, std::wstring& value, wchar_t c,
+                                 int line) const {
+    if (state == InSection && section.empty()) {
+        fail(state, L"Unexpected: empty section ", line);
+    } else if (state == InSection) {
+        removeLeadingWhiteSpace(section);
+        removeTrailingWhiteSpace(section);
+        state = LineStart;
+    } else if (state == InValue) {
+        value += c;
+    } else {
+        fail(state, L"Unexpected: ']' ", line);
+    }
+}
+
+void AnIni2::processEqualSign(State& state, std::wstring& key, std::wstring& value, wchar_t c,
+                              int line) const {
+    if (state == InKey) {
+        value.clear();
+        removeLeadingWhiteSpace(key);
+        removeTrailingWhiteSpace(key);
+        state = InValue;
+    } else if (state == InValue) {
+        value += c;
+    } else {
+        fail(state, L"Unexpected: '=' ", line);
+    }
+}
+
+void AnIni2::processEOL(State& state, std::wstring& section, std::wstring& key, std::wstring& value,
+                        int line) {
+    if (state == InValue)
+        processEOF(state, section, key, value);
+    else if (state == InComment)
+        state = LineStart;
+    else if (state != LineStart)
+        fail(state, L"Unexpected: new line ", line);
+}
+
+void AnIni2::processDefault(State& state, std::wstring& section, std::wstring& key, std::wstring& value,
+                            wchar_t c) {
+    switch (state) {
+    case LineStart:
+        if (!isWhiteSpace(c)) {
+            key.assign(1, c);
+            state = InKey;
+        }
+        break;
+    case InSection:
+        section += c;
+        break;
+    case InKey:
+        key += c;
+        break;
+    case InValue:
+        value += c;
+        break;
+    case InComment:
+    case Failed:
+        break;
+    }
+}
+
+void AnIni2::processEOF(State& state, std::wstring& section, std::wstring& key, std::wstring& value) {
+    if (state != InValue)
+        return;
+    removeLeadingWhiteSpace(value);
+    removeTrailingWhiteSpace(value);
+    insert(section, key, value);
+    state = LineStart;
+}
+
+void AnIni2::fail(State& state, wchar_t const* reason, int line) const {
+    state = Failed;
+    AString message;
+    message << reason << fileName() << L" line " << line;
+    logInternalError(group, message);
+}

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <zun/Api.h>
+#include <zun/structured/AnIni.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace orvane_com::file::ini {
+
+/// Where the parser stands.
+enum State : std::int32_t {
+    /// Between entries.
+    LineStart = 0,
+    /// After "[", in the section's name.
+    InSection = 1,
+    InKey = 2,
+    /// After "=".
+    InValue = 3,
+    /// After a ";" that came first in its line, or first after a section's header.
+    InComment = 4,
+    /// A syntax error was logged.
+    Failed = 5
+};
+
+} // namespace orvane_com::file::ini
+
+/// An INI file read into memory as a whole: settings are looked up and changed there, and written back when
+/// the object is closed or destroyed, if something changed. Names are case-sensitive.
+///
+/// The file is UTF-8. "[section]" heads "key=value" lines; blanks around names and values do not count. A
+/// comment starts with ";", first in its line or right behind a header, ends with a line break, and must hold
+/// none of "[", "]" and "=". Of a repeated key the last value counts; sections of one name are one. A file
+/// that breaks these rules is logged and not parsed: every call then works on the file itself, as AnIni does.
+/// A missing file parses as an empty one.
+///
+/// Reading and writing set the process's locale to the environment's. Reports go to the log under "ini". An
+/// object is used by one thread at a time.
+class ZUN_API AnIni2 : public AnIni {
+public:
+    using Settings = std::map<std::wstring, std::wstring>;
+    using IniMap = std::multimap<std::wstring, Settings>;
+
+    AnIni2(AString const& fileName);
+
+    /// False, with an empty value, when the setting does not exist, which is logged when it is `required`.
+    bool get(bool required, AString const& section, AString const& key, AString& value) override;
+
+    /// Closes.
+    ~AnIni2() override;
+
+    /// Closes, then reads the file.
+    void open(AString const& fileName) override;
+
+    /// Writes the changes, then forgets settings and file name.
+    void close() override;
+
+    bool tryGet(AString const& section, AString const& key, AString& value) override;
+    bool getExisting(AString const& section, AString const& key, AString& value) override;
+
+    /// In memory. An empty key is refused, and logged, unless the value is empty too and the section is not.
+    void set(AString const& section, AString const& key, AString const& value) override;
+
+    /// Whether the file was parsed.
+    bool parsed() const { return m_parsed; }
+
+    /// Copies all settings. False, logged and with `out` as it was, when the file was not parsed.
+    bool getIniMap(IniMap& out);
+
+    /// Writes the changes, if there are any: sections and keys in ascending order, no comments. A reader of
+    /// the file sees it before the write or after it. A failure is not reported, and the changes are no
+    /// longer taken for any.
+    void write();
+
+private:
+    using State = orvane_com::file::ini::State;
+
+    void initialize();
+    bool parse();
+    bool readText(AString& text) const;
+    void insert(std::wstring const& section, std::wstring const& key, std::wstring const& value);
+
+    static void removeLeadingWhiteSpace(std::wstring& text);
+    static void removeTrailingWhiteSpace(std::wstring& text);
+
+    // What the parser does with a character, or at the end, in each state.
+    void processLeftBracket(State& state, std::wstring& section, std::wstring& value, wchar_t c,
+                            int line) const;
+    void processRightBracket(State& state, std::wstring& section, std::wstring& value, wchar_t c,
+                             int line) const;
+    void processEqualSign(State& state, std::wstring& key, std::wstring& value, wchar_t c, int line) const;
+    void processEOL(State& state, std::wstring& section, std::wstring& key, std::wstring& value, int line);
+    static void processDefault(State& state, std::wstring& section, std::wstring& key, std::wstring& value,
+                               wchar_t c);
+    void processEOF(State& state, std::wstring& section, std::wstring& key, std::wstring& value);
+    void fail(State& state, wchar_t const* reason, int line) const;
+
+    IniMap m_sections;
+    bool m_modified = false;
+    bool m_parsed = false;
+};
