@@ -168,13 +168,25 @@ public:
     using pointer = Item*;
     using reference = Item&;
 
+    Iterator() = default;
+
     Item& operator*() const { return *m_item; }
     Item* operator->() const { return m_item; }
 
     /// REQUIRES: not at the end.
     Iterator& operator++();
+    Iterator operator++(int) {
+        Iterator const before = *this;
+        ++*this;
+        return before;
+    }
     /// From the end, to the last. REQUIRES: not at the first.
     Iterator& operator--();
+    Iterator operator--(int) {
+        Iterator const before = *this;
+        --*this;
+        return before;
+    }
 
     friend bool operator==(Iterator const& left, Iterator const& right) {
         return left.m_item == right.m_item;
@@ -185,8 +197,8 @@ private:
 
     Iterator(Item* item, Element const* parent) : m_item(item), m_parent(parent) {}
 
-    Item* m_item;
-    Element const* m_parent;
+    Item* m_item = nullptr;
+    Element const* m_parent = nullptr;
 };
 
 /// An element and all inside it: child elements, text, CDATA sections, comments, processing instructions.
