@@ -1,0 +1,129 @@
+#include <zun/platform/xml/AdvXMLParser.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+using namespace AdvXMLParser;
+
+namespace {
+
+std::unique_ptr<Document> parse(std::wstring const& text) {
+    return std::unique_ptr<Document>(Parser().Parse(text.data(), text.size()));
+}
+
+std::wstring written(std::wstring const& text, bool formatted = false) {
+    return parse(text)->GenerateXML(formatted);
+}
+
+std::wstring repeated(std::wstring const& text, std::size_t count) {
+    std::wstring all;
+    for (std::size_t i = 0; i < count; ++i)
+        all += text;
+    return all;
+}
+
+/// "line:column message", or "" for a document.
+std::wstring errorOf(std::wstring const& text) {
+    try {
+        parse(text);
+        return L"";
+    } catch (ParsingException const& error) {
+        return std::to_wstring(error.GetLine()) + L":" + std::to_wstring(error.GetColumn()) + L" " +
+               error.GetErrorMessage();
+    }
+}
+
+} // namespace
+
+TEST(Parser, HandsOutTheTreeInWideText) {
+    auto const document =
+        parse(L"<?xml version='1.0' encoding='no-such'?><n:gr\x00FC\x00DF b='1' a='x&#10;\x1F600 y\nz'>"
+              L"<i>one</i>text<i>t<![CDATA[w]]><!-- - -->&#111;</i></n:gr\x00FC\x00DF>");
+    Element& root = document->GetRoot();
+    EXPECT_EQ(root.GetName(), L"n:gr\x00FC\x00DF");
+    EXPECT_EQ(root.AttributesBegin()->GetName(), L"b");
+    EXPECT_EQ(root.GetAttribute(L"a")->GetValue(), L"x\n\x1F600 y z");
+    EXPECT_EQ(root.GetAttribute(L"c"), nullptr);
+    EXPECT_EQ(root.GetElement(L"i", 1).GetValue(), L"two");
+    EXPECT_EQ(root.GetElement(L"i", 2).GetElement(L"deeper").GetValue(), L"");
+    EXPECT_EQ(root.GetValue(), L"text");
+    auto position = root.End();
+    EXPECT_EQ((--position)->GetValue(), L"two");
+    EXPECT_EQ((--position)->GetValue(), L"one");
+    EXPECT_EQ(position, root.Begin());
+}
+
+TEST(Parser, NamesTheTruePlaceOfAnError) {
+    EXPECT_EQ(errorOf(L""), L"1:1 no element found");
+    EXPECT_EQ(errorOf(L"<a>\r\n\x00E9\x1F600<b></a>"), L"2:8 mismatched tag");
+    EXPECT_EQ(errorOf(L"<a>\r\r<b x='1' x='2'/></a>"), L"3:10 duplicate attribute");
+    std::wstring text = L"<a>\n\x1F600 #</a>";
+    for (wchar_t const bad : {L'\0', L'\xD800', L'\xDFFF', static_cast<wchar_t>(0x110000),
+                              static_cast<wchar_t>(-1), L'\x1', L'\xFFFE'}) {
+        text[6] = bad;
+        EXPECT_EQ(errorOf(text), L"2:3 not well-formed (invalid token)") << static_cast<long>(bad);
+    }
+}
+
+TEST(Parser, RefusesWhatIsTooDeepBeforeReadingOn) {
+    EXPECT_EQ(errorOf(repeated(L"<a>", 1000) + repeated(L"</a>", 1000)), L"");
+    EXPECT_EQ(errorOf(repeated(L"<a>", 100000)), L"1:3001 elements nested too deeply");
+}
+
+TEST(Parser, BoundsTheExpansionOfEntities) {
+    std::wstring laughs = L"<!DOCTYPE a [<!ENTITY e0 'ha'>";
+    std::wstring chain = laughs;
+    for (int i = 1; i <= 20000; ++i) {
+        std::wstring const reference = L"&e" + std::to_wstring(i - 1) + L";";
+        std::wstring const declaration = L"<!ENTITY e" + std::to_wstring(i) + L" '";
+        if (i <= 20)
+            laughs += declaration + repeated(reference, 10) + L"'>";
+        chain += declaration + reference + L"'>";
+    }
+    std::wstring const quadratic = L"<!DOCTYPE a [<!ENTITY e '" + std::wstring(100000, L'x') + L"'>]><a>" +
+                                   repeated(L"&e;", 50000) + L"</a>";
+    EXPECT_NE(errorOf(laughs + L"]><a>&e20;</a>").find(L"limit on input amplification"), std::wstring::npos);
+    EXPECT_NE(errorOf(laughs + L"]><a b='&e20;'/>").find(L"limit on input amplification"),
+              std::wstring::npos);
+    EXPECT_NE(errorOf(quadratic).find(L"limit on input amplification"), std::wstring::npos);
+    EXPECT_NE(errorOf(chain + L"]><a>&e20000;</a>").find(L"refer to other entities"), std::wstring::npos);
+}
+
+TEST(Parser, LoadsNothingFromOutside) {
+    std::wstring const text =
+        L"<!DOCTYPE a SYSTEM 'file:///etc/passwd' [<!ENTITY e SYSTEM 'file:///etc/passwd'> "
+        L"<!-- ] --><?p ]?><!ENTITY i \"in\">%p;]>\n<a>1&e;2&other;3&i;</a>";
+    auto const document = parse(text);
+    EXPECT_EQ(document->GetRoot().GetValue(), L"123in");
+    EXPECT_EQ(document->GenerateXML(false), text.substr(0, text.find(L"&i;")) + L"in</a>");
+}
+
+TEST(Parser, KeepsWhatTheTextHadOnARoundTrip) {
+    for (wchar_t const* const text : {
+             L"<?xml version=\"1.0\" standalone=\"yes\"?>\n<!-- 1 -->\n<?p 2  3?>\n<!DOCTYPE a [ <!ELEMENT a "
+             L"ANY>\n]>\n"
+             L"<a> <b c=\"&amp;&lt;>&quot;'&#9;&#10;&#13;\"/>\n\t<![CDATA[<&]] "
+             L"]]>&amp;&lt;&gt;\"&#13;<?p?></a>\n<!--4-->\n",
+             L"<!-- a\r\nb -->\r\n<a>\r\n  <b/>\r\n  x\ry\n<![CDATA[\r\n]]>\r\n<?p a\r\nb?>&#13;\r\n</a>\r\n",
+         })
+        EXPECT_EQ(written(text), text);
+    EXPECT_EQ(parse(L"<a>1\r\n2\r3&#13;</a>")->GetRoot().GetValue(), L"1\n2\n3\r");
+    EXPECT_EQ(written(L"<?xml version='1.0' encoding='ISO-8859-1'?><a  b = '1' ></a >"),
+              L"<?xml version=\"1.0\" encoding=\"UTF-8\"?><a b=\"1\"/>");
+    // What comes from within an entity has no place of its own in the text.
+    EXPECT_EQ(written(L"<!DOCTYPE a [<!ENTITY e 'x<b/>\r\n<!--c-->y'>]><a>1\r\n&e;2&#10;</a>"),
+              L"<!DOCTYPE a [<!ENTITY e 'x<b/>\r\n<!--c-->y'>]><a>1\nx<b/>\n<!--c-->y2\n</a>");
+}
+
+TEST(Parser, LaysOutElementsAndKeepsTheirText) {
+    std::wstring const laidOut =
+        L"<?xml version=\"1.0\"?>\n<!-- 1 -->\n<a>\n  <b> </b>\n  <c>\n    <!-- 2\n3 -->\n"
+        L"    <d>x<e/> </d>\n  </c>\n  <f xml:space=\"preserve\"> <g/></f>\n</a>\n<?p?>\n";
+    EXPECT_EQ(written(L"<?xml version='1.0'?> <!-- 1 --><a><b> </b>\r\n<c><!-- 2\n3 --><d>x<e/> </d></c>\t\t"
+                      L"<f xml:space='preserve'> <g/></f></a><?p?>",
+                      true),
+              laidOut);
+    EXPECT_EQ(written(laidOut, true), laidOut);
+}

@@ -1,0 +1,168 @@
+#include <zun/platform/xml/AdvXMLParser.h>
+#include <zun/platform/xml/EncodingDetection.h>
+
+#include <algorithm>
+#include <array>
+
+namespace AdvXMLParser {
+
+namespace {
+
+using namespace std::string_view_literals;
+
+struct Mark {
+    std::string_view bytes;
+    Encoding encoding;
+};
+
+/// The longer of two that begin alike comes first.
+constexpr std::array<Mark, 5> marks{{
+    {"\xEF\xBB\xBF"sv, Utf8},
+    {"\xFF\xFE\0\0"sv, Utf32LittleEndian},
+    {"\0\0\xFE\xFF"sv, Utf32BigEndian},
+    {"\xFF\xFE"sv, Utf16LittleEndian},
+    {"\xFE\xFF"sv, Utf16BigEndian},
+}};
+
+struct Name {
+    std::string_view name;
+    Encoding encoding;
+};
+
+/// The first of an encoding is its own; those after it leave the byte order open.
+constexpr std::array<Name, 11> names{{
+    {"US-ASCII", UsAscii},
+    {"ISO-8859-1", Latin1},
+    {"UTF-8", Utf8},
+    {"UTF-16LE", Utf16LittleEndian},
+    {"UTF-16BE", Utf16BigEndian},
+    {"UTF-32LE", Utf32LittleEndian},
+    {"UTF-32BE", Utf32BigEndian},
+    {"UTF-16", Utf16LittleEndian},
+    {"UTF-16", Utf16BigEndian},
+    {"UTF-32", Utf32LittleEndian},
+    {"UTF-32", Utf32BigEndian},
+}};
+
+std::size_t unitSize(std::int32_t encoding) {
+    switch (encoding) {
+    case Utf16LittleEndian:
+    case Utf16BigEndian:
+        return 2;
+    case Utf32LittleEndian:
+    case Utf32BigEndian:
+        return 4;
+    default:
+        return 1;
+    }
+}
+
+bool equalIgnoringCase(std::string_view left, std::string_view right) {
+    auto const lower = [](char letter) {
+        return letter >= 'A' && letter <= 'Z' ? letter - 'A' + 'a' : letter;
+    };
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [&](char a, char b) { return lower(a) == lower(b); });
+}
+
+/// The text's beginning as far as a declaration can reach, one byte a code unit; what is not ASCII becomes
+/// "?".
+std::string beginning(std::string_view bytes, std::int32_t encoding) {
+    constexpr std::size_t enough = 256;
+    std::size_t const size = unitSize(encoding);
+    bool const bigEndian = encoding == Utf16BigEndian || encoding == Utf32BigEndian;
+    std::string text;
+    for (std::size_t i = 0; i + size <= bytes.size() && text.size() < enough; i += size) {
+        std::string_view const unit = bytes.substr(i, size);
+        char const low = bigEndian ? unit.back() : unit.front();
+        auto const zeros = static_cast<std::size_t>(std::count(unit.begin(), unit.end(), '\0'));
+        text.push_back(zeros == size - 1 ? low : '?');
+    }
+    return text;
+}
+
+std::string_view takeUntil(std::string_view& text, std::string_view stops) {
+    std::string_view const taken = text.substr(0, text.find_first_of(stops));
+    text.remove_prefix(taken.size());
+    return taken;
+}
+
+void skipBlanks(std::string_view& text) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+}
+
+/// The value of "encoding" in an XML declaration; empty when there is no such.
+std::string_view declaredName(std::string_view text) {
+    if (!text.starts_with("<?xml") || text.size() < 6 || " \t\r\n"sv.find(text[5]) == text.npos)
+        return {};
+    text.remove_prefix(5);
+    for (;;) {
+        skipBlanks(text);
+        std::string_view const attribute = takeUntil(text, " \t\r\n=?>");
+        skipBlanks(text);
+        if (attribute.empty() || !text.starts_with('='))
+            return {};
+        text.remove_prefix(1);
+        skipBlanks(text);
+        if (!text.starts_with('"') && !text.starts_with('\''))
+            return {};
+        std::string_view const quote = text.substr(0, 1);
+        text.remove_prefix(1);
+        std::string_view const value = takeUntil(text, quote);
+        if (attribute == "encoding")
+            return value;
+        text.remove_prefix(std::min<std::size_t>(1, text.size()));
+    }
+}
+
+/// By the zeros that the first character of a document has, which is an ASCII one.
+std::int32_t guess(std::string_view bytes, std::int32_t fallback) {
+    if (bytes.starts_with("\0\0\0<"sv))
+        return Utf32BigEndian;
+    if (bytes.starts_with("<\0\0\0"sv))
+        return Utf32LittleEndian;
+    if (bytes.size() >= 2 && bytes[0] == '\0')
+        return Utf16BigEndian;
+    if (bytes.size() >= 2 && bytes[1] == '\0')
+        return Utf16LittleEndian;
+    return fallback;
+}
+
+} // namespace
+
+DetectedEncoding detectEncoding(std::string_view bytes, std::int32_t fallback) {
+    auto const mark = std::find_if(marks.begin(), marks.end(),
+                                   [&](Mark const& candidate) { return bytes.starts_with(candidate.bytes); });
+    DetectedEncoding detected{guess(bytes, fallback), 0, {}};
+    if (mark != marks.end())
+        detected = {mark->encoding, mark->bytes.size(), {}};
+
+    std::string const text = beginning(bytes.substr(detected.markSize), detected.encoding);
+    std::string_view const declared = declaredName(text);
+    if (declared.empty())
+        return detected;
+    bool isKnown = false;
+    for (Name const& name : names) {
+        if (!equalIgnoringCase(name.name, declared))
+            continue;
+        isKnown = true;
+        if (unitSize(name.encoding) == 1 && unitSize(detected.encoding) == 1) {
+            if (mark == marks.end())
+                detected.encoding = name.encoding;
+            return detected;
+        }
+        if (name.encoding == detected.encoding)
+            return detected;
+    }
+    detected.error = isKnown ? "the declared encoding is not that of the file: " : "unknown encoding ";
+    detected.error += declared;
+    return detected;
+}
+
+char const* encodingName(std::int32_t encoding) {
+    return std::find_if(names.begin(), names.end(),
+                        [&](Name const& name) { return name.encoding == encoding; })
+        ->name.data();
+}
+
+} // namespace AdvXMLParser

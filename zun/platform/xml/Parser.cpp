@@ -1,0 +1,349 @@
+#include <zun/platform/helper/CommonHelper.h>
+#include <zun/platform/xml/AdvXMLParser.h>
+#include <zun/platform/xml/Tree.h>
+#include <zun/platform/xml/Unicode.h>
+
+#include <expat.h>
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cstring>
+#include <exception>
+#include <new>
+
+namespace AdvXMLParser {
+
+static_assert(XML_MAJOR_VERSION > 2 || (XML_MAJOR_VERSION == 2 && XML_MINOR_VERSION >= 4),
+              "Expat bounds the expansion of entities from 2.4 on");
+
+namespace {
+
+/// The entities that may refer to others: Expat expands an entity within another by recursion.
+constexpr std::size_t maximumNestedEntities = 500;
+
+struct ParserFree {
+    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
+};
+using ExpatParser = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserFree>;
+
+ExpatParser makeExpatParser() {
+    ExpatParser parser(XML_ParserCreate("UTF-8"));
+    if (!parser)
+        throw std::bad_alloc();
+    return parser;
+}
+
+/// The names of a document in wide text, each as a rule once: few different ones make up most of it.
+class NameCache {
+public:
+    explicit NameCache(Arena& arena) : m_arena(arena) {}
+
+    Slice find(char const* name) {
+        std::string_view const utf8(name);
+        Entry& entry = m_entries[place(utf8)];
+        if (entry.utf8 != utf8) {
+            Slice wide;
+            m_arena.reserve(wide, utf8.size());
+            wide.size = static_cast<std::uint32_t>(decodeValidUtf8(utf8, wide.data) - wide.data);
+            // The document owns it, not the first node of that name.
+            wide.capacity = 0;
+            entry.utf8 = utf8;
+            entry.wide = wide;
+        }
+        return entry.wide;
+    }
+
+private:
+    struct Entry {
+        std::string utf8;
+        Slice wide;
+    };
+
+    static constexpr std::size_t places = 512;
+
+    static std::size_t place(std::string_view name) {
+        auto const at = [&](std::size_t i) {
+            return static_cast<std::size_t>(static_cast<unsigned char>(name[i]));
+        };
+        std::size_t const last = name.size() - 1;
+        return (name.size() + at(0) * 7 + at(last / 2) * 31 + at(last) * 131) % places;
+    }
+
+    Arena& m_arena;
+    std::array<Entry, places> m_entries;
+};
+
+} // namespace
+
+/// Makes the tree of what Expat reports.
+class TreeBuilder {
+public:
+    TreeBuilder(Tree& tree, std::string_view utf8)
+        : m_tree(tree), m_utf8(utf8), m_hasCarriageReturns(utf8.find('\r') != utf8.npos),
+          m_expat(makeExpatParser()), m_names(tree.arena()), m_current(&tree.top()) {
+        XML_Parser const expat = m_expat.get();
+        XML_SetUserData(expat, this);
+        XML_SetXmlDeclHandler(expat, [](void* self, char const* version, char const* encoding,
+                                        int standalone) {
+            handle(self, [&](TreeBuilder& builder) { builder.declaration(version, encoding, standalone); });
+        });
+        XML_SetElementHandler(
+            expat,
+            [](void* self, char const* name, char const** attributes) {
+                handle(self, [&](TreeBuilder& builder) { builder.startElement(name, attributes); });
+            },
+            [](void* self, char const*) {
+                handle(self, [](TreeBuilder& builder) { builder.endElement(); });
+            });
+        XML_SetCharacterDataHandler(expat, [](void* self, char const* text, int length) {
+            handle(self, [&](TreeBuilder& builder) {
+                builder.text({text, static_cast<std::size_t>(length)});
+            });
+        });
+        XML_SetCdataSectionHandler(
+            expat, [](void* self) { handle(self, [](TreeBuilder& builder) { builder.startCData(); }); },
+            [](void* self) { handle(self, [](TreeBuilder& builder) { builder.closeText(); }); });
+        XML_SetCommentHandler(expat, [](void* self, char const* text) {
+            handle(self, [&](TreeBuilder& builder) { builder.markup({"<!--", text, "-->"}); });
+        });
+        XML_SetProcessingInstructionHandler(expat, [](void* self, char const* target, char const* data) {
+            handle(self, [&](TreeBuilder& builder) {
+                builder.markup({"<?", target, *data != '\0' ? " " : "", data, "?>"});
+            });
+        });
+        XML_SetDefaultHandlerExpand(expat, [](void* self, char const* text, int length) {
+            handle(self, [&](TreeBuilder& builder) {
+                builder.other({text, static_cast<std::size_t>(length)});
+            });
+        });
+        XML_SetEndDoctypeDeclHandler(
+            expat, [](void* self) { handle(self, [](TreeBuilder& builder) { builder.endDoctype(); }); });
+        XML_SetEntityDeclHandler(expat, [](void* self, char const*, int, char const* value, int length,
+                                           char const*, char const*, char const*, char const*) {
+            if (value != nullptr)
+                handle(self, [&](TreeBuilder& builder) {
+                    builder.entity({value, static_cast<std::size_t>(length)});
+                });
+        });
+    }
+
+    void run() {
+        if (XML_Parse(m_expat.get(), m_utf8.data(), static_cast<int>(m_utf8.size()), XML_TRUE) ==
+            XML_STATUS_OK)
+            return;
+        if (m_failure)
+            std::rethrow_exception(m_failure);
+        XML_Error const error = XML_GetErrorCode(m_expat.get());
+        if (error == XML_ERROR_NO_MEMORY)
+            throw std::bad_alloc();
+        fail(orvane_com::zun::helper::toWide(XML_ErrorString(error)));
+    }
+
+private:
+    /// Expat is C: no exception may pass through it.
+    template <typename Action>
+    static void handle(void* self, Action action) noexcept {
+        auto& builder = *static_cast<TreeBuilder*>(self);
+        if (builder.m_failure)
+            return;
+        try {
+            action(builder);
+        } catch (...) {
+            builder.m_failure = std::current_exception();
+            XML_StopParser(builder.m_expat.get(), XML_FALSE);
+        }
+    }
+
+    [[noreturn]] void fail(std::wstring message) const {
+        throw ParsingException(XML_GetCurrentLineNumber(m_expat.get()),
+                               XML_GetCurrentColumnNumber(m_expat.get()) + 1, std::move(message));
+    }
+
+    /// Where what is reported stands in the text. What comes from within an entity stands where the reference
+    /// does.
+    std::size_t begin() const { return static_cast<std::size_t>(XML_GetCurrentByteIndex(m_expat.get())); }
+    std::string_view source() const {
+        return m_utf8.substr(begin(), static_cast<std::size_t>(XML_GetCurrentByteCount(m_expat.get())));
+    }
+
+    static bool isEntityReference(std::string_view source) {
+        constexpr std::array<std::string_view, 5> predefined{"&amp;", "&lt;", "&gt;", "&quot;", "&apos;"};
+        return source.starts_with('&') && !source.starts_with("&#") &&
+               std::find(predefined.begin(), predefined.end(), source) == predefined.end();
+    }
+
+    void append(Slice& slice, std::string_view utf8) {
+        m_tree.arena().reserve(slice, slice.size + utf8.size());
+        wchar_t* const end = decodeValidUtf8(utf8, slice.data + slice.size);
+        slice.size = static_cast<std::uint32_t>(end - slice.data);
+    }
+
+    void appendAll(Slice& slice, std::string_view utf8) {
+        append(slice, utf8);
+        m_tree.arena().shrink(slice);
+    }
+
+    void appendMarkup(std::string_view utf8) {
+        appendAll(m_tree.appendCharacters(*m_current, Tree::Kind::Markup).source, utf8);
+    }
+
+    void declaration(char const* version, char const* encoding, int standalone) {
+        std::string text = std::string("<?xml version=\"") + version + '"';
+        if (encoding != nullptr)
+            text += " encoding=\"UTF-8\"";
+        if (standalone >= 0)
+            text += standalone != 0 ? " standalone=\"yes\"" : " standalone=\"no\"";
+        appendMarkup(text + "?>");
+    }
+
+    void startElement(char const* name, char const* const* attributes) {
+        closeText();
+        if (Tree::depth(*m_current) >= maximumDepth)
+            fail(L"elements nested too deeply");
+        m_current = &m_tree.appendElement(*m_current, m_names.find(name));
+        for (; *attributes != nullptr; attributes += 2) {
+            Attribute& attribute = m_tree.appendAttribute(*m_current, m_names.find(attributes[0]));
+            appendAll(Tree::value(attribute), attributes[1]);
+        }
+    }
+
+    void endElement() {
+        closeText();
+        m_current = &Tree::parent(*m_current);
+    }
+
+    void openText(Tree::Kind kind) {
+        m_text = &m_tree.appendCharacters(*m_current, kind);
+        m_sourceBegin = std::string_view::npos;
+        m_hadCarriageReturn = false;
+        m_isFromEntity = false;
+    }
+
+    void startCData() {
+        closeText();
+        openText(Tree::Kind::CData);
+    }
+
+    void text(std::string_view utf8) {
+        if (m_text == nullptr)
+            openText(Tree::Kind::Text);
+        append(m_text->value, utf8);
+        if (m_hasCarriageReturns) {
+            std::string_view const from = source();
+            m_sourceBegin = std::min(m_sourceBegin, begin());
+            m_sourceEnd = begin() + from.size();
+            m_hadCarriageReturn |= from.starts_with('\r');
+            m_isFromEntity |= isEntityReference(from);
+        }
+    }
+
+    void closeText() {
+        if (m_text == nullptr)
+            return;
+        m_tree.arena().shrink(m_text->value);
+        if (m_hasCarriageReturns && m_hadCarriageReturn && !m_isFromEntity)
+            appendAll(m_text->source, m_utf8.substr(m_sourceBegin, m_sourceEnd - m_sourceBegin));
+        m_text = nullptr;
+    }
+
+    void markup(std::initializer_list<char const*> pieces) {
+        if (m_isInDoctype)
+            return;
+        closeText();
+        if (source().starts_with('<')) {
+            appendMarkup(source());
+        } else {
+            std::string text;
+            for (char const* const piece : pieces)
+                text += piece;
+            appendMarkup(text);
+        }
+    }
+
+    /// Blanks outside the root element, references that are not expanded, and the document type in pieces.
+    void other(std::string_view utf8) {
+        if (m_isInDoctype)
+            return;
+        closeText();
+        if (utf8 == "<!DOCTYPE") {
+            m_isInDoctype = true;
+            m_sourceBegin = begin();
+        } else {
+            appendMarkup(utf8);
+        }
+    }
+
+    void endDoctype() {
+        m_isInDoctype = false;
+        appendMarkup(m_utf8.substr(m_sourceBegin, begin() + source().size() - m_sourceBegin));
+    }
+
+    void entity(std::string_view value) {
+        for (std::size_t i = value.find('&'); i != value.npos; i = value.find('&', i + 1)) {
+            if (i + 1 < value.size() && value[i + 1] != '#') {
+                if (++m_nestedEntities > maximumNestedEntities)
+                    fail(L"too many entities that refer to other entities");
+                return;
+            }
+        }
+    }
+
+    Tree& m_tree;
+    std::string_view m_utf8;
+    bool m_hasCarriageReturns;
+    ExpatParser m_expat;
+    NameCache m_names;
+    std::exception_ptr m_failure;
+
+    Element* m_current;
+    bool m_isInDoctype = false;
+    std::size_t m_nestedEntities = 0;
+
+    /// The text that is being reported, piece by piece, and where it stands.
+    Characters* m_text = nullptr;
+    std::size_t m_sourceBegin = 0;
+    std::size_t m_sourceEnd = 0;
+    bool m_hadCarriageReturn = false;
+    bool m_isFromEntity = false;
+};
+
+Document* Parser::Parse(wchar_t const* text, std::size_t length) {
+    // NULs, and the bytes that stand for elements which are no characters, are Expat's to find and to report.
+    std::string utf8;
+    appendUtf8(utf8, {text, length});
+    if (utf8.size() > INT_MAX)
+        throw ParsingException(1, 1, L"text exceeds 2 GiB");
+    auto tree = std::make_unique<Tree>();
+    TreeBuilder(*tree, utf8).run();
+    return new Document(std::move(tree));
+}
+
+bool isName(std::wstring_view name) {
+    auto const starts = [](wchar_t character) {
+        return (character >= L'a' && character <= L'z') || (character >= L'A' && character <= L'Z') ||
+               character == L'_' || character == L':' || character >= 0x80;
+    };
+    auto const continues = [&](wchar_t character) {
+        return starts(character) || (character >= L'0' && character <= L'9') || character == L'-' ||
+               character == L'.';
+    };
+    if (name.empty() || !starts(name.front()) || !std::all_of(name.begin(), name.end(), continues))
+        return false;
+    if (std::all_of(name.begin(), name.end(), [](wchar_t character) { return character < 0x80; }))
+        return true;
+    std::string document = "<";
+    appendUtf8(document, name);
+    document += "/>";
+    ExpatParser const expat = makeExpatParser();
+    return XML_Parse(expat.get(), document.data(), static_cast<int>(document.size()), XML_TRUE) ==
+           XML_STATUS_OK;
+}
+
+ParsingException::ParsingException(std::size_t line, std::size_t column, std::wstring message)
+    : m_line(line), m_column(column), m_message(std::move(message)),
+      m_narrowMessage(orvane_com::zun::helper::toNarrow(m_message)) {}
+
+ParsingException::~ParsingException() = default;
+
+} // namespace AdvXMLParser

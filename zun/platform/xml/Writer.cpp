@@ -1,0 +1,220 @@
+#include <zun/platform/xml/Tree.h>
+#include <zun/platform/xml/Unicode.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace AdvXMLParser {
+
+namespace {
+
+constexpr std::wstring_view blanks = L" \t\r\n";
+
+bool isBlank(std::wstring_view text) {
+    return text.find_first_not_of(blanks) == text.npos;
+}
+
+/// https://www.w3.org/TR/xml/#charsets
+bool isXmlCharacter(wchar_t character) {
+    return (character >= L' ' || character == L'\t' || character == L'\n' || character == L'\r') &&
+           isScalarValue(character) && character != 0xFFFE && character != 0xFFFF;
+}
+
+std::wstring inHexadecimal(wchar_t character) {
+    std::wstring digits;
+    for (auto rest = static_cast<char32_t>(character); rest != 0 || digits.size() < 4; rest >>= 4)
+        digits.insert(digits.begin(), L"0123456789ABCDEF"[rest & 0xF]);
+    return digits;
+}
+
+} // namespace
+
+/// Writes a tree as text, see Document::GenerateXML. What is escaped is what Canonical XML escapes
+/// (https://www.w3.org/TR/xml-c14n/).
+class XmlWriter {
+public:
+    explicit XmlWriter(bool formatted) : m_formatted(formatted) {}
+
+    std::wstring write(Element const& document) {
+        m_levels.push_back({&document, m_formatted, false});
+        Node const* node = document.m_firstChild;
+        for (;;) {
+            if (node == nullptr) {
+                Element const& finished = *m_levels.back().element;
+                if (&finished == &document)
+                    break;
+                bool const laidOut = m_levels.back().isLaidOut;
+                m_levels.pop_back();
+                if (laidOut)
+                    startLine();
+                m_text.append(L"</").append(finished.GetName()).append(L">");
+                node = finished.m_next;
+            } else if (node->m_kind == Node::Kind::Element) {
+                auto const& element = static_cast<Element const&>(*node);
+                if (m_levels.back().isLaidOut)
+                    startLine();
+                startTag(element);
+                node = element.m_firstChild != nullptr ? enter(element) : node->m_next;
+            } else {
+                characters(static_cast<Characters const&>(*node));
+                node = node->m_next;
+            }
+        }
+        if (m_formatted)
+            m_text += L'\n';
+        return std::move(m_text);
+    }
+
+private:
+    struct Level {
+        Element const* element;
+        /// Each child has a line of its own.
+        bool isLaidOut;
+        bool preservesBlanks;
+    };
+
+    Node const* enter(Element const& element) {
+        Level const& outer = m_levels.back();
+        bool preserves = outer.preservesBlanks;
+        if (Attribute const* const space = element.GetAttribute(L"xml:space"))
+            preserves = space->GetValue() == L"preserve";
+        m_levels.push_back(
+            {&element, outer.isLaidOut && !preserves && holdsElementsOnly(element), preserves});
+        return element.m_firstChild;
+    }
+
+    static bool holdsElementsOnly(Element const& element) {
+        for (Node const* child = element.m_firstChild; child != nullptr; child = child->m_next)
+            if (isText(*child) && !isDroppedBlank(*child))
+                return false;
+        return element.Begin() != element.End();
+    }
+
+    static bool isText(Node const& node) {
+        return node.m_kind == Node::Kind::Text || node.m_kind == Node::Kind::CData ||
+               (node.m_kind == Node::Kind::Markup &&
+                static_cast<Characters const&>(node).source.view().starts_with(L'&'));
+    }
+
+    /// What layout replaces: blanks between elements, and those outside the root.
+    static bool isDroppedBlank(Node const& node) {
+        auto const& characters = static_cast<Characters const&>(node);
+        return (node.m_kind == Node::Kind::Text && isBlank(characters.value.view())) ||
+               (node.m_kind == Node::Kind::Markup && isBlank(characters.source.view()));
+    }
+
+    void startLine() {
+        if (!m_text.empty())
+            m_text += L'\n';
+        m_text.append(2 * (m_levels.size() - 1), L' ');
+    }
+
+    void characters(Characters const& node) {
+        if (m_levels.back().isLaidOut) {
+            if (isDroppedBlank(node))
+                return;
+            startLine();
+        }
+        std::wstring_view const source = node.source.view();
+        switch (node.m_kind) {
+        case Node::Kind::CData:
+            m_text.append(L"<![CDATA[")
+                .append(node.source.size > 0 ? source : node.value.view())
+                .append(L"]]>");
+            break;
+        case Node::Kind::Markup:
+            m_text += source;
+            break;
+        default:
+            // Text may follow text from which an element was removed: the two must not join to something
+            // else.
+            if (!source.empty() && !m_text.ends_with(L']') && !m_text.ends_with(L'\r'))
+                m_text += source;
+            else
+                escape(node.value.view(), L"&<>\r");
+        }
+    }
+
+    void startTag(Element const& element) {
+        m_text += L'<';
+        name(element);
+        for (auto attribute = element.AttributesBegin(); attribute != element.AttributesEnd(); ++attribute) {
+            m_text += L' ';
+            name(*attribute);
+            m_text += L"=\"";
+            escape(attribute->GetValue(), L"&<\"\t\n\r");
+            m_text += L'"';
+        }
+        m_text += element.m_firstChild != nullptr ? L">" : L"/>";
+    }
+
+    void name(NodeContainer const& node) {
+        if (!node.m_nameIsValid)
+            throw ReadWriteException(L"no XML name: \"" + std::wstring(node.GetName()) + L"\"");
+        m_text += node.GetName();
+    }
+
+    void escape(std::wstring_view text, std::wstring_view special) {
+        while (!text.empty()) {
+            auto const stop = std::find_if(text.begin(), text.end(), [&](wchar_t character) {
+                return character <= L'>'
+                           ? special.find(character) != special.npos || !isXmlCharacter(character)
+                           : character >= 0xD800 && !isXmlCharacter(character);
+            });
+            auto const plain = static_cast<std::size_t>(stop - text.begin());
+            // A line feed after a carriage return that ended a line of its own would be taken for a part of
+            // it.
+            if (text.front() == L'\n' && m_text.ends_with(L'\r')) {
+                m_text += L"&#10;";
+                text.remove_prefix(1);
+                continue;
+            }
+            m_text.append(text.substr(0, plain));
+            text.remove_prefix(plain);
+            if (!text.empty()) {
+                reference(text.front());
+                text.remove_prefix(1);
+            }
+        }
+    }
+
+    void reference(wchar_t character) {
+        switch (character) {
+        case L'&':
+            m_text += L"&amp;";
+            break;
+        case L'<':
+            m_text += L"&lt;";
+            break;
+        case L'>':
+            m_text += L"&gt;";
+            break;
+        case L'"':
+            m_text += L"&quot;";
+            break;
+        case L'\t':
+            m_text += L"&#9;";
+            break;
+        case L'\n':
+            m_text += L"&#10;";
+            break;
+        case L'\r':
+            m_text += L"&#13;";
+            break;
+        default:
+            throw ReadWriteException(L"no XML character: U+" + inHexadecimal(character));
+        }
+    }
+
+    bool m_formatted;
+    std::wstring m_text;
+    /// The elements that are being written, from the document inwards.
+    std::vector<Level> m_levels;
+};
+
+std::wstring Document::GenerateXML(bool formatted) const {
+    return XmlWriter(formatted).write(m_tree->top());
+}
+
+} // namespace AdvXMLParser
