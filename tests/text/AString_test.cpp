@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstdint>
 #include <cwchar>
+#include <tests/support/CLibraryFormat.h>
 #include <tests/support/LogCapture.h>
 
 namespace {
@@ -47,46 +48,23 @@ TEST(AString, AppendsAndFormatsItself) {
     EXPECT_STREQ(text.execute(AFormat(static_cast<wchar_t const*>(text) + 5, L"^", 4, -1)), L" BAB");
 }
 
-/// What the C library makes of the same request.
-std::wstring reference(AFormat const& request) {
-    std::wstring directive = L"%";
-    std::wstring const flags = request.flags;
-    for (wchar_t const flag : {L'-', L'0'})
-        if (flags.find(flag) != std::wstring::npos)
-            directive += flag;
-    if (request.width != -1)
-        directive += std::to_wstring(request.width);
-    if (request.precision != -1)
-        directive += L'.' + std::to_wstring(request.precision);
-    wchar_t buffer[64];
-    if (request.isNumber) {
-        std::size_t const type = flags.find_last_of(L"ux");
-        directive += type == std::wstring::npos ? L'd' : flags[type];
-        std::swprintf(buffer, std::size(buffer), directive.c_str(), static_cast<int>(request.value));
-    } else {
-        directive += L"ls";
-        std::swprintf(buffer, std::size(buffer), directive.c_str(), request.text);
-    }
-    return buffer;
-}
-
 TEST(AFormat, AgreesWithTheCLibrary) {
-    for (int const width : {-34, -5, -1, 0, 1, 2, 10, 11, 34})
-        for (int const precision : {-1, 0, 1, 4, 12}) {
+    for (int const width : {-99, -5, -1, 0, 1, 2, 10, 11, 35})
+        for (int const precision : {-1, 0, 1, 4, 40}) {
             for (wchar_t const* const flags :
                  {L"", L"-", L"0", L"-0", L"u", L"0u", L"-u", L"x", L"0x", L"x-0", L"ux", L"xu"})
                 for (long const value : {0L, 7L, -1L, 99L, 100L, -4711L, 255L, 5000000000L, long{INT_MAX},
                                          long{INT_MIN}, LONG_MAX, LONG_MIN}) {
                     AFormat request(value, flags, width);
                     request.precision = precision;
-                    ASSERT_EQ(AString(request).const_cpp_str(), reference(request))
+                    ASSERT_EQ(AString(request).const_cpp_str(), formatWithCLibrary(request))
                         << value << " width " << width << " precision " << precision << " flags "
                         << testing::PrintToString(std::wstring(flags));
                 }
             for (wchar_t const* const flags : {L"", L"-"})
                 for (wchar_t const* const text : {L"", L"a", L"hello", L"\x4e2d\x6587, longer than ten"}) {
                     AFormat const request(text, flags, width, precision);
-                    ASSERT_EQ(AString(request).const_cpp_str(), reference(request))
+                    ASSERT_EQ(AString(request).const_cpp_str(), formatWithCLibrary(request))
                         << "width " << width << " precision " << precision;
                 }
         }
