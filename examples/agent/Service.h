@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Workspace.h"
+
+#include <string>
+#include <vector>
+
+/// The agent's service process: it takes its place in a workspace, works, and reports what it did.
+class Service {
+public:
+    /// `program` is this program's path, to start plug-ins with.
+    Service(std::string program, Workspace const& workspace);
+
+    /// Returns the process's exit code.
+    int run();
+
+private:
+    void registerIdentity() const;
+    void keepSettings();
+    void editPolicy();
+    bool runPlugins();
+    void enforceMissingPolicy() const;
+    void report() const;
+
+    std::string m_program;
+    Workspace const& m_workspace;
+    std::vector<std::wstring> m_finishedPlugins;
+    std::wstring m_settings;
+    std::wstring m_policy;
+};

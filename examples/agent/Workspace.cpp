@@ -1,0 +1,48 @@
+#include "Workspace.h"
+
+#include <zun/platform/helper/CommonHelper.h>
+#include <zun/structured/AnXml.h>
+#include <zun/structured/AnXmlNode.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+
+namespace helper = orvane_com::zun::helper;
+
+namespace {
+
+std::string makeDirectory() {
+    std::string path = std::filesystem::temp_directory_path() / "zun-agent-XXXXXX";
+    if (!mkdtemp(path.data()))
+        throw std::runtime_error("no directory for the agent in " + path);
+    return std::filesystem::canonical(path);
+}
+
+} // namespace
+
+Workspace::Workspace() : m_path(helper::toWide(makeDirectory())) {
+    installProducts();
+}
+
+Workspace::~Workspace() {
+    std::error_code ignored;
+    std::filesystem::remove_all(helper::toNarrow(m_path), ignored);
+}
+
+void Workspace::installProducts() const {
+    std::filesystem::copy(SAMPLE_PRODUCT_DIRECTORY, helper::toNarrow(configurationDirectory()),
+                          std::filesystem::copy_options::recursive);
+    std::filesystem::create_directories(helper::toNarrow(installLocation() + L"/scratch"));
+
+    // The sample names the place of a real installation.
+    std::wstring const file = configurationDirectory() + L"/XOQAGENT3700MACX/config.xml";
+    AnXml configuration;
+    if (!configuration.useExistingFile(file.c_str(), L"Configuration", nullptr, nullptr))
+        throw std::runtime_error("the sample product directory has no usable configuration");
+    AnXmlNode root(&configuration);
+    root.setChild(nullptr, L"InstalledPath", nullptr, nullptr, L"", installLocation().c_str());
+    root.setChild(nullptr, L"UpdaterDataDir", nullptr, nullptr, L"", (m_path + L"/updater").c_str());
+    if (!configuration.writeFile(file.c_str(), false, false))
+        throw std::runtime_error("the configuration cannot be written");
+}
