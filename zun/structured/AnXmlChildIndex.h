@@ -7,8 +7,8 @@
 
 #include <memory>
 
-/// Walks an element's child elements, all or those of one name, in document order. It is itself a cursor on the
-/// child that it returned last. Misuse is logged under "XmlIndx".
+/// Walks an element's child elements, all or those of one name, in document order. It is itself a cursor on
+/// the child that it returned last. Misuse is logged under "XmlIndx".
 class ZUN_API AnXmlChildIndex : public AnXmlNode {
 public:
     AnXmlChildIndex() = default;
@@ -17,16 +17,16 @@ public:
     AnXmlChildIndex(AnXmlChildIndex const&) = delete;
     AnXmlChildIndex& operator=(AnXmlChildIndex const&) = delete;
 
-    /// Starts before the first child; without a name, or with an empty one, all children are walked. False, and
-    /// closed, when `parent` is uninitialized.
+    /// Starts before the first child; without a name, or with an empty one, all children are walked. False,
+    /// and closed, when `parent` is uninitialized.
     bool set(AnXmlNode const* parent, wchar_t const* childName = nullptr);
 
     /// Goes to the next child and reads a value of it, when name and output are given, as tryGetValue. False
     /// after the last.
     bool moveNext(wchar_t const* valueName = nullptr, AString* value = nullptr);
 
-    /// Deletes the child that moveNext returned: the next moveNext goes to the one that followed it. Until then
-    /// the cursor is uninitialized.
+    /// Deletes the child that moveNext returned: the next moveNext goes to the one that followed it. Until
+    /// then the cursor is uninitialized.
     bool remove();
 
     void close();

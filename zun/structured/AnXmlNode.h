@@ -6,12 +6,12 @@
 
 class AnXml;
 
-/// A cursor on one element of a document: it points into the document and owns nothing. It is uninitialized, or
-/// on an element; deleting that element, or closing the document, makes it invalid.
+/// A cursor on one element of a document: it points into the document and owns nothing. It is uninitialized,
+/// or on an element; deleting that element, or closing the document, makes it invalid.
 ///
 /// The attribute name "" stands for the element's own text, which reads as empty when the element has child
-/// elements. A null text argument is one that is not given. A failed operation returns false; failures that are
-/// not announced by `required` being false, and every use of an uninitialized cursor, are logged under
+/// elements. A null text argument is one that is not given. A failed operation returns false; failures that
+/// are not announced by `required` being false, and every use of an uninitialized cursor, are logged under
 /// "XmlNode". A cursor is used by the thread that uses its document.
 class ZUN_API AnXmlNode {
 public:
@@ -35,10 +35,10 @@ public:
     bool tryGetValue(wchar_t const* name, AString* value) const;
     bool getExistingValue(wchar_t const* name, AString* value) const;
 
-    /// Finds the first child element of that name, having that attribute, with that value: each as far as given,
-    /// compared exactly. Without a name it is the first child element. When it is found, `out` is set to it and
-    /// `value` to what getValue reads of it for `valueName`, as far as given. Otherwise `out` becomes
-    /// uninitialized, unless it is this cursor, which then stays.
+    /// Finds the first child element of that name, having that attribute, with that value: each as far as
+    /// given, compared exactly. Without a name it is the first child element. When it is found, `out` is set
+    /// to it and `value` to what getValue reads of it for `valueName`, as far as given. Otherwise `out`
+    /// becomes uninitialized, unless it is this cursor, which then stays.
     bool getChild(bool required, AnXmlNode* out, wchar_t const* childName, wchar_t const* attributeName,
                   wchar_t const* attributeValue, wchar_t const* valueName, AString* value) const;
     bool getChild(bool required, wchar_t const* childName, wchar_t const* attributeName = nullptr,
@@ -64,7 +64,8 @@ public:
                   wchar_t const* attributeValue = nullptr, wchar_t const* valueName = nullptr,
                   wchar_t const* value = nullptr);
 
-    /// Deletes the element from its document; of the root element, all that it holds. The cursor is not changed.
+    /// Deletes the element from its document; of the root element, all that it holds. The cursor is not
+    /// changed.
     bool remove();
 
     /// Whether the value exists and, if `value` is given, equals it ignoring case.
@@ -84,8 +85,8 @@ public:
     bool containsValuesOf(AnXmlNode const* other) const;
 
     /// Whether for each child element of `other` there is one here that contains its values and, all the way
-    /// down, its children. The first without such is logged; one is logged for a candidate that fails, too, even
-    /// if a later one matches.
+    /// down, its children. The first without such is logged; one is logged for a candidate that fails, too,
+    /// even if a later one matches.
     bool containsChildrenOf(AnXmlNode const* other) const;
 
     /// The element without its child elements, for the log: nothing is escaped.

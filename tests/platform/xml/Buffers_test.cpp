@@ -128,7 +128,7 @@ TEST_F(BuffersTest, FailuresHaveACodeAndNameTheFile) {
     EXPECT_THROW(ReadBufferFromFile(missing, m_text, m_encoding), ReadWriteException);
     mkdir(m_directory.file("folder").c_str(), 0700);
     EXPECT_EQ(ReadBufferFromFileNoExp(m_directory.wideFile("folder"), m_text, m_encoding), FileUnreadable);
-    EXPECT_EQ(read("x", refuse), NotDecipherable);
+    EXPECT_EQ(read("x", refuse), TransformFailed);
     EXPECT_THROW(WriteBufferToFile(m_directory.wideFile("no/such"), L"x", Utf8), ReadWriteException);
     EXPECT_EQ(GetLastXmlErrorMessage(), m_directory.wideFile("no/such") + L": No such file or directory");
 }

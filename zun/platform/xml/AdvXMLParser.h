@@ -32,10 +32,11 @@ enum Result : std::int32_t {
     Success = 0,
     FileNotFound = -44,
     FileUnreadable = -45,
-    NotDecipherable = -46,
+    TransformFailed = -46,
     EncodingUnknown = -47,
     TextMalformed = -48,
     OutOfMemory = -49,
+    FileNotWritten = -50,
 };
 
 /// The elements that may stand inside one another, the root being the first.
@@ -327,7 +328,8 @@ public:
     Document* Parse(wchar_t const* text, std::size_t length);
 };
 
-/// Turns the bytes of a file into those of a document or the other way, as ciphers do. False on failure.
+/// Turns the bytes of a file into those of a document or the other way, as ciphers do. False on failure; what
+/// `out` then holds is taken for the reason, in UTF-8.
 using BufferTransform = bool (*)(std::string const& in, std::string& out);
 
 /// Reads a file's text. Its bytes pass `transform`, unless null, first. A byte-order mark decides their

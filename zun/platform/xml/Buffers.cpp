@@ -27,16 +27,20 @@ Failure systemFailure(Result result, int error) {
     return {result, helper::toWide(std::generic_category().message(error))};
 }
 
-std::string readBytes(std::wstring const& fileName, BufferTransform transform) {
+std::string apply(BufferTransform transform, std::string bytes, wchar_t const* failure) {
+    if (transform == nullptr)
+        return bytes;
+    std::string transformed;
+    if (!transform(bytes, transformed))
+        throw Failure{TransformFailed, transformed.empty() ? failure : helper::toWide(transformed)};
+    return transformed;
+}
+
+std::string readBytes(std::wstring const& fileName) {
     std::string bytes;
     if (!helper::readWholeFile(helper::toNarrow(fileName), bytes))
         throw systemFailure(errno == ENOENT ? FileNotFound : FileUnreadable, errno);
-    if (transform == nullptr)
-        return bytes;
-    std::string clear;
-    if (!transform(bytes, clear))
-        throw Failure{NotDecipherable, L"cannot be deciphered"};
-    return clear;
+    return bytes;
 }
 
 std::wstring decode(std::string_view bytes, std::int32_t encoding) {
@@ -81,7 +85,7 @@ std::string encode(std::wstring_view text, std::int32_t encoding) {
 
 /// What reading comes to: the text, and the encoding that it had.
 std::wstring readText(std::wstring const& fileName, std::int32_t& encoding, BufferTransform transform) {
-    std::string const bytes = readBytes(fileName, transform);
+    std::string const bytes = apply(transform, readBytes(fileName), L"cannot be deciphered");
     DetectedEncoding const detected = detectEncoding(bytes, encoding);
     if (!detected.error.empty())
         throw Failure{EncodingUnknown, helper::toWide(detected.error)};
@@ -135,15 +139,9 @@ bool ReadBufferFromFile(std::wstring const& fileName, std::wstring& text, std::i
 void WriteBufferToFile(std::wstring const& fileName, std::wstring const& text, std::int32_t encoding,
                        BufferTransform transform, std::int32_t /*flags*/) {
     auto const write = [&] {
-        std::string bytes = encode(text, encoding);
-        if (transform != nullptr) {
-            std::string stored;
-            if (!transform(bytes, stored))
-                throw Failure{NotDecipherable, L"cannot be enciphered"};
-            bytes = std::move(stored);
-        }
+        std::string const bytes = apply(transform, encode(text, encoding), L"cannot be enciphered");
         if (!helper::replaceWholeFile(helper::toNarrow(fileName), bytes))
-            throw systemFailure(FileUnreadable, errno);
+            throw systemFailure(FileNotWritten, errno);
     };
     if (reportFailure(fileName + L": ", write) < 0)
         throw ReadWriteException(lastMessage);
