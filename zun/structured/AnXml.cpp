@@ -16,7 +16,7 @@ template <typename... Arguments>
 AStringList call(wchar_t const* name, Arguments... arguments) {
     AStringList list(L",", false);
     list << name;
-    (list << ... << arguments);
+    ((list << arguments), ...);
     return list;
 }
 
