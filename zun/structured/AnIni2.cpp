@@ -5,6 +5,7 @@
 #include <zun/platform/helper/WholeFile.h>
 #include <zun/structured/AnIni2.h>
 #include <zun/structured/AnXml.h>
+#include <zun/structured/IniSettings.h>
 #include <zun/text/ACharString.h>
 
 #include <algorithm>
@@ -39,7 +40,7 @@ bool mayEndRun(wchar_t character) {
 
 } // namespace
 
-AnIni2::AnIni2(AString const& fileName) : AnIni(fileName) {
+AnIni2::AnIni2(AString const& fileName) : AnIni(fileName), m_settings(std::make_unique<IniSettings>()) {
     initialize();
 }
 
@@ -51,7 +52,7 @@ void AnIni2::initialize() {
     m_parsed = parse();
     if (!m_parsed) {
         logInternalError(group, notParsed);
-        m_sections.clear();
+        *m_settings = IniSettings();
     }
     m_modified = false;
 }
@@ -64,7 +65,7 @@ void AnIni2::open(AString const& fileName) {
 
 void AnIni2::close() {
     write();
-    m_sections.clear();
+    *m_settings = IniSettings();
     m_parsed = false;
     AnIni::close();
 }
@@ -72,13 +73,9 @@ void AnIni2::close() {
 bool AnIni2::get(bool required, AString const& section, AString const& key, AString& value) {
     if (!m_parsed)
         return AnIni::get(required, section, key, value);
-    auto const settings = m_sections.find(section);
-    if (settings != m_sections.end()) {
-        auto const setting = settings->second.find(key);
-        if (setting != settings->second.end()) {
-            value.cpp_str() = setting->second;
-            return true;
-        }
+    if (auto const found = m_settings->find(section.const_cpp_str(), key.const_cpp_str())) {
+        value.cpp_str() = *found;
+        return true;
     }
     if (required) {
         AString message;
@@ -108,10 +105,16 @@ void AnIni2::set(AString const& section, AString const& key, AString const& valu
 bool AnIni2::getIniMap(IniMap& out) {
     if (!m_parsed) {
         logInternalError(group, notParsed);
-        m_sections.clear();
+        *m_settings = IniSettings();
         return false;
     }
-    out = m_sections;
+    out.clear();
+    auto section = out.end();
+    for (IniSettings::Setting const& setting : m_settings->inOrder()) {
+        if (section == out.end() || section->first != setting.section)
+            section = out.emplace_hint(out.end(), setting.section, Settings());
+        section->second.emplace_hint(section->second.end(), setting.key, setting.value);
+    }
     return true;
 }
 
@@ -120,12 +123,16 @@ void AnIni2::write() {
         return;
     m_modified = false;
     std::wstring text;
-    for (auto const& [section, settings] : m_sections) {
-        text.append(L"[").append(section).append(L"]\n");
-        for (auto const& [key, value] : settings)
-            text.append(key).append(L"=").append(value).append(L"\n");
-        text.append(L"\n");
+    std::optional<std::wstring_view> lastSection;
+    for (auto const& [section, key, value] : m_settings->inOrder()) {
+        if (section != lastSection) {
+            text.append(lastSection ? L"\n[" : L"[").append(section).append(L"]\n");
+            lastSection = section;
+        }
+        text.append(key).append(L"=").append(value).append(L"\n");
     }
+    if (lastSection)
+        text.append(L"\n");
     // Held against the other writers of profile strings; it is had only where the file can be written.
     constexpr unsigned newFileMode = 0666;
     std::string const path = static_cast<char const*>(ACharString(fileName()));
@@ -159,6 +166,7 @@ bool AnIni2::parse() {
         if (!readText(text))
             return false;
         std::setlocale(LC_ALL, "");
+        m_settings->reserve(text.size());
 
         State state = LineStart;
         std::wstring section;
@@ -219,16 +227,8 @@ void AnIni2::insert(std::wstring const& section, std::wstring const& key, std::w
         return;
     }
     try {
-        auto settings = m_sections.find(section);
-        if (settings == m_sections.end())
-            settings = m_sections.emplace(section, Settings());
-        auto const [setting, isNew] = settings->second.try_emplace(key, value);
-        if (!isNew) {
-            if (setting->second == value)
-                return;
-            setting->second = value;
-        }
-        m_modified = true;
+        if (m_settings->insert(section, key, value))
+            m_modified = true;
     } catch (std::exception const& exception) {
         AString message;
         message << L"Exception " << exception.what() << L" trying to insert " << section << L", " << key

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 
 namespace orvane_com::file::ini {
@@ -25,6 +26,8 @@ enum State : std::int32_t {
 };
 
 } // namespace orvane_com::file::ini
+
+class IniSettings;
 
 /// An INI file read into memory as a whole: settings are looked up and changed there, and written back when
 /// the object is closed or destroyed, if something changed. Names are case-sensitive.
@@ -96,7 +99,7 @@ private:
     void processEOF(State& state, std::wstring& section, std::wstring& key, std::wstring& value);
     void fail(State& state, wchar_t const* reason, int line) const;
 
-    IniMap m_sections;
+    std::unique_ptr<IniSettings> const m_settings;
     bool m_modified = false;
     bool m_parsed = false;
 };
