@@ -51,7 +51,7 @@ void LockFixture::waitForWaiters(unsigned short semaphore, int count) {
 pid_t LockFixture::start(std::function<bool()> const& body) {
     pid_t const process = fork();
     if (process == 0)
-        _exit(body() ? EXIT_SUCCESS : EXIT_FAILURE);
+        [&body]() noexcept { _exit(body() ? EXIT_SUCCESS : EXIT_FAILURE); }();
     return process;
 }
 
@@ -62,6 +62,8 @@ bool LockFixture::join(pid_t process) {
 }
 
 void LockFixture::kill(pid_t process) {
-    ::kill(process, SIGKILL);
-    waitpid(process, nullptr, 0);
+    int status = 0;
+    EXPECT_EQ(::kill(process, SIGKILL), 0);
+    EXPECT_EQ(waitpid(process, &status, 0), process);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << "had ended before";
 }

@@ -35,6 +35,7 @@ protected:
     /// Whether the process ended by itself and its body was true.
     static bool join(pid_t process);
 
+    /// Fails the test when the process has ended before.
     static void kill(pid_t process);
 
 private:
