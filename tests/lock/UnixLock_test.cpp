@@ -1,0 +1,331 @@
+#include <zun/lock/InterProcessLock.h>
+#include <zun/lock/UnixLock.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <random>
+#include <sys/ipc.h>
+#include <sys/mman.h>
+#include <sys/sem.h>
+#include <sys/wait.h>
+#include <tests/support/LogCapture.h>
+#include <thread>
+#include <unistd.h>
+
+using namespace orvane_com::zun::lock;
+using std::filesystem::exists;
+using testing::ElementsAre;
+
+namespace {
+
+std::string const lockDirectory = "/Library/Orvane/zun/scratch/";
+std::string const lockFile = lockDirectory + "agent";
+
+key_t keyOf(std::string const& path) {
+    return ftok(path.c_str(), 3737);
+}
+
+/// Gives a test a lock directory of its own: the process's root is a temporary directory meanwhile.
+class UnixLockTest : public testing::Test {
+protected:
+    UnixLockTest() {
+        std::filesystem::create_directories(m_root.path() + lockDirectory);
+        std::filesystem::create_directories(m_root.path() + testing::TempDir());
+        m_isRoot = chroot(m_root.path().c_str()) == 0 && chdir("/") == 0;
+    }
+    ~UnixLockTest() override {
+        if (m_isRoot && (fchdir(m_oldRoot) != 0 || chroot(".") != 0))
+            std::abort();
+        close(m_oldRoot);
+        munmap(m_seen, inodes);
+    }
+    void SetUp() override {
+        if (!m_isRoot)
+            GTEST_SKIP() << "only the super-user may have " << lockDirectory
+                         << " in a root directory of its own";
+    }
+
+    /// Writer flag, holders and references in the set of the lock "agent".
+    static std::vector<int> counts() {
+        int const set = semget(keyOf(lockFile), 3, 0);
+        return {semctl(set, 0, GETVAL), semctl(set, 1, GETVAL), semctl(set, 2, GETVAL)};
+    }
+
+    /// Returns once so many processes wait for a writer to leave.
+    static void awaitWaiters(int count) {
+        while (semctl(semget(keyOf(lockFile), 3, 0), 0, GETZCNT) < count)
+            std::this_thread::yield();
+    }
+
+    /// Runs `body` in a process of its own. Its exit status tells whether it was true.
+    static pid_t start(std::function<bool()> const& body) {
+        pid_t const process = fork();
+        if (process == 0)
+            [&body]() noexcept { _exit(body() ? EXIT_SUCCESS : EXIT_FAILURE); }();
+        return process;
+    }
+    static bool join(pid_t process) {
+        int status = 0;
+        return waitpid(process, &status, 0) == process && WIFEXITED(status) &&
+               WEXITSTATUS(status) == EXIT_SUCCESS;
+    }
+    static void killRunning(pid_t process) {
+        int status = 0;
+        EXPECT_TRUE(kill(process, SIGKILL) == 0 && waitpid(process, &status, 0) == process);
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << "it had ended before";
+    }
+
+    /// To be called by every process that uses the lock: its file, and so its key, changes whenever it is
+    /// made anew.
+    void noteKey() const { m_seen[keyOf(lockFile) & (inodes - 1)] = true; }
+
+    void expectNothingLeft() const {
+        EXPECT_FALSE(exists(lockFile));
+        for (key_t inode = 0; inode < inodes; ++inode)
+            EXPECT_FALSE(m_seen[inode] && semget((keyOf("/") & ~(inodes - 1)) | inode, 3, 0) != -1);
+    }
+
+    /// What was logged since the last call, without the headings of errors.
+    std::vector<std::string> takeLog() {
+        std::vector<std::string> lines = m_log->takeLines();
+        std::erase(lines, "[IPLock] [E] Error trace:");
+        return lines;
+    }
+    void startLog() { m_log.emplace(); }
+
+private:
+    static constexpr key_t inodes = 0x10000;
+
+    int const m_oldRoot = open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    TemporaryDirectory m_root;
+    bool m_isRoot;
+    bool* const m_seen =
+        static_cast<bool*>(mmap(nullptr, inodes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANON, -1, 0));
+    std::optional<LogCapture> m_log;
+};
+
+int countDescriptors() {
+    int open = 0;
+    for (int descriptor = 0; descriptor < 1024; ++descriptor)
+        open += fcntl(descriptor, F_GETFD) != -1;
+    return open;
+}
+
+TEST_F(UnixLockTest, ObjectsOnANameShareOneSetWhileThereAreAny) {
+    startLog();
+    {
+        UnixLock first("agent");
+        {
+            UnixLock second("agent");
+            EXPECT_TRUE(first.tryReadLock() && second.readLock(0));
+            EXPECT_THAT(counts(), ElementsAre(0, 2, 2));
+            EXPECT_FALSE(second.tryWriteLock());
+            EXPECT_TRUE(first.readUnlock() && second.readUnlock());
+            EXPECT_TRUE(second.writeLock(0));
+            EXPECT_THAT(counts(), ElementsAre(1, 1, 2));
+            EXPECT_FALSE(first.tryReadLock());
+            EXPECT_TRUE(first.writeUnlock()) << "holds know no owner";
+            EXPECT_TRUE(first.tryWriteLock() && first.writeUnlock());
+        }
+        EXPECT_THAT(takeLog(),
+                    ElementsAre("[IPLock] [D] Semaphore already exist.",
+                                "[IPLock] [D] readLock - providing read lock",
+                                "[IPLock] [D] readLock - providing read lock",
+                                "[IPLock] [E]   writeLock - Timeout occured , failed to acquire the lock",
+                                "[IPLock] [D] readUnLock - unlocking the read lock successful",
+                                "[IPLock] [D] readUnLock - unlocking the read lock successful",
+                                "[IPLock] [D] writeLock - providing write lock",
+                                "[IPLock] [E]   readLock - Timeout occured , failed to acquire the lock",
+                                "[IPLock] [D] writeUnLock - unlocking the write lock successful",
+                                "[IPLock] [D] writeLock - providing write lock",
+                                "[IPLock] [D] writeUnLock - unlocking the write lock successful"));
+        UnixLock const other("other");
+        EXPECT_THAT(counts(), ElementsAre(0, 0, 1));
+        noteKey();
+    }
+    expectNothingLeft();
+}
+
+TEST_F(UnixLockTest, ACleanedSetFailsItsUsersAndItsSuccessorStays) {
+    startLog();
+    auto lock = std::make_unique<UnixLock>("agent");
+    UnixLock::cleanSemaphore("agent");
+    EXPECT_FALSE(exists(lockFile));
+    UnixLock const successor("agent");
+    EXPECT_FALSE(lock->readLock(0) || lock->writeLock(0) || lock->readUnlock() || lock->writeUnlock());
+    lock.reset();
+    EXPECT_THAT(takeLog(),
+                ElementsAre("[IPLock] [I] readLock - Timeout occured , failed to acquire the lock",
+                            "[IPLock] [E]   writeLock - Timeout occured , failed to acquire the lock",
+                            "[IPLock] [E]   writeUnLock - decreasing the semaphore value failed",
+                            "[IPLock] [E]   writeUnLock - decreasing the semaphore value failed",
+                            "[IPLock] [E]   Failed to decrease the refrence count " + lockFile));
+    EXPECT_THAT(counts(), ElementsAre(0, 0, 1));
+}
+
+TEST_F(UnixLockTest, WithoutTheLockDirectoryCleansInTheFallbackDirectory) {
+    std::filesystem::create_directory("/tmp");
+    writeFile("/tmp/agent", "");
+    key_t const key = keyOf("/tmp/agent");
+    ASSERT_NE(semget(key, 3, IPC_CREAT | 0600), -1);
+    UnixLock::cleanSemaphore("agent");
+    EXPECT_NE(semget(key, 3, 0), -1);
+    std::filesystem::remove(lockDirectory);
+    InterProcessWriteLock::cleanSemaphore("agent");
+    EXPECT_EQ(semget(key, 3, 0), -1);
+    EXPECT_FALSE(exists("/tmp/agent"));
+}
+
+TEST_F(UnixLockTest, ASetOfAnotherUserIsReplaced) {
+    writeFile(lockFile, "");
+    key_t const key = keyOf(lockFile);
+    ASSERT_TRUE(join(start([key] { return setuid(65534) == 0 && semget(key, 3, IPC_CREAT | 0600) != -1; })));
+    startLog();
+    UnixLock lock("agent");
+    EXPECT_TRUE(lock.tryWriteLock());
+    UnixLock const another("agent");
+    EXPECT_THAT(takeLog(),
+                ElementsAre("[IPLock] [D] Semaphore already exist.",
+                            "[IPLock] [E]   A non-root instance of this semaphore encountered so deleting it",
+                            "[IPLock] [D] writeLock - providing write lock",
+                            "[IPLock] [D] Semaphore already exist."));
+}
+
+TEST_F(UnixLockTest, AFailureToSetUpIsLoggedAndThrown) {
+    startLog();
+    EXPECT_THROW(UnixLock("missing/agent"), std::exception);
+    InterProcessReadLock broken("missing/agent");
+    EXPECT_FALSE(broken.tryLock() || broken.lock(0) || broken.unlock());
+    writeFile(lockFile, "");
+    key_t const key = keyOf(lockFile);
+    int const tooSmall = semget(key, 1, IPC_CREAT | 0600);
+    EXPECT_THROW(UnixLock("agent"), std::exception);
+    semctl(tooSmall, 0, IPC_RMID);
+    int const full = semget(key, 3, IPC_CREAT | 0600);
+    sembuf toTheBrim{2, 32767, 0};
+    ASSERT_EQ(semop(full, &toTheBrim, 1), 0);
+    EXPECT_THROW(UnixLock("agent"), std::exception);
+    semctl(full, 0, IPC_RMID);
+    std::string const notCreated = "[IPLock] [E]   Failed to create the ";
+    EXPECT_THAT(
+        takeLog(),
+        ElementsAre(notCreated + "file  " + lockDirectory + "missing/agent",
+                    notCreated + "file  " + lockDirectory + "missing/agent",
+                    "[IPLock] [D] Semaphore already exist.",
+                    notCreated + "semaphore due to File exists first parameter is " + std::to_string(key),
+                    "[IPLock] [D] Semaphore already exist.",
+                    std::string("[IPLock] [E]   Failed to increase the refrence count due to ") +
+                        std::strerror(ERANGE)));
+}
+
+TEST_F(UnixLockTest, GuardsReleaseWhatTheyHold) {
+    {
+        InterProcessReadLock reader("agent");
+        EXPECT_TRUE(reader.unlock()) << "nothing to do";
+        EXPECT_TRUE(reader.tryLock());
+        InterProcessWriteLock writer("agent");
+        EXPECT_FALSE(writer.tryLock());
+        EXPECT_TRUE(reader.unlock() && writer.lock(0));
+        EXPECT_FALSE(reader.tryLock());
+        UnixLock::cleanSemaphore("agent");
+        EXPECT_FALSE(writer.unlock());
+        EXPECT_FALSE(writer.unlock()) << "still held";
+    }
+    UnixLock const observer("agent");
+    { EXPECT_TRUE(InterProcessWriteLock("agent").lock(0)); }
+    { EXPECT_TRUE(InterProcessReadLock("agent").lock(0)); }
+    EXPECT_THAT(counts(), ElementsAre(0, 0, 1));
+}
+
+TEST_F(UnixLockTest, ProcessesCountExactlyWhileTheSetComesAndGoes) {
+    constexpr int processes = 8;
+    constexpr int rounds = 2000;
+    int const file = open("/number", O_RDWR | O_CREAT, 0600);
+    auto const addOne = [file] {
+        int number = 0;
+        ssize_t const size = pread(file, &number, sizeof number, 0);
+        ++number;
+        return size != -1 && pwrite(file, &number, sizeof number, 0) == sizeof number;
+    };
+    std::vector<pid_t> children;
+    for (int process = 0; process < processes; ++process)
+        children.push_back(start([&] {
+            int const descriptors = countDescriptors();
+            for (int round = 0; round < rounds; ++round) {
+                InterProcessWriteLock lock("agent");
+                if (!lock.lock(0) || !addOne())
+                    return false;
+                noteKey();
+            }
+            return countDescriptors() == descriptors;
+        }));
+    for (pid_t const child : children)
+        EXPECT_TRUE(join(child));
+    int number = 0;
+    EXPECT_EQ(pread(file, &number, sizeof number, 0), ssize_t{sizeof number});
+    EXPECT_EQ(number, processes * rounds);
+    close(file);
+    expectNothingLeft();
+}
+
+TEST_F(UnixLockTest, KilledProcessesLeaveNeitherHoldNorReference) {
+    auto const work = [this] {
+        for (int round = 0;; ++round) {
+            UnixLock lock("agent");
+            noteKey();
+            if (!(round % 3 == 0 ? lock.writeLock(0) && lock.writeUnlock()
+                                 : lock.readLock(0) && lock.readUnlock()))
+                return false;
+        }
+    };
+    std::array<pid_t, 4> processes;
+    for (pid_t& process : processes)
+        process = start(work);
+    std::mt19937 random(1);
+    for (int round = 0; round < 200; ++round) {
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 2000));
+        pid_t& victim = processes[random() % processes.size()];
+        killRunning(victim);
+        victim = start(work);
+    }
+    for (pid_t const process : processes)
+        killRunning(process);
+    {
+        UnixLock const lock("agent");
+        EXPECT_THAT(counts(), ElementsAre(0, 0, 1));
+    }
+    expectNothingLeft();
+}
+
+TEST_F(UnixLockTest, NeitherKillsNorSignalsComeBetweenAWaitAndItsLock) {
+    UnixLock const lock("agent");
+    pid_t const holder = start([] {
+        UnixLock held("agent");
+        return held.writeLock(0) && pause() == 0;
+    });
+    while (counts()[0] == 0)
+        std::this_thread::yield();
+    pid_t const waiting = start([] { return InterProcessWriteLock("agent").lock(0); });
+    awaitWaiters(1);
+    pid_t const next = start([] { return InterProcessReadLock("agent").lock(0); });
+    awaitWaiters(2);
+    kill(next, SIGSTOP); // which ends the system call that waits; see signal(7)
+    EXPECT_EQ(waitpid(next, nullptr, WUNTRACED), next);
+    kill(next, SIGCONT);
+    killRunning(waiting);
+    killRunning(holder);
+    EXPECT_TRUE(join(next));
+    EXPECT_THAT(counts(), ElementsAre(0, 0, 1));
+}
+
+} // namespace
