@@ -1,0 +1,202 @@
+#include <zun/configuration/IConfiguration.h>
+#include <zun/files/AFiler.h>
+#include <zun/files/APath.h>
+#include <zun/files/CallTrace.h>
+#include <zun/files/TreeRemoval.h>
+#include <zun/platform/helper/CommonHelper.h>
+#include <zun/text/ACharString.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using orvane_com::zun::configuration::IConfiguration;
+namespace helper = orvane_com::zun::helper;
+
+namespace {
+
+constexpr wchar_t const group[] = L"Filer";
+constexpr wchar_t const sizeGroup[] = L"filer";
+
+bool isDirectory(char const* path) {
+    struct stat status;
+    return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+/// What the environment says, null in a program that runs with more rights than its caller.
+char const* temporaryDirectoryVariable() {
+#ifdef __APPLE__
+    return issetugid() ? nullptr : std::getenv("TMPDIR");
+#else
+    return secure_getenv("TMPDIR");
+#endif
+}
+
+/// Empty when there is none.
+std::string temporaryDirectory() {
+    for (char const* const directory : {temporaryDirectoryVariable(), "/var/tmp/", P_tmpdir})
+        if (directory && isDirectory(directory))
+            return directory;
+    return {};
+}
+
+std::string randomName(std::string name, int letters) {
+    constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    std::random_device random;
+    std::uniform_int_distribution<std::size_t> letter(0, sizeof alphabet - 2);
+    for (; letters > 0; --letters)
+        name += alphabet[letter(random)];
+    return name;
+}
+
+} // namespace
+
+wchar_t const* AFiler::getZunDataPath() {
+    static AString path;
+    if (path.size() == 0)
+        path = IConfiguration::GetConfiguration()->GetFrameworkDataDirectory().c_str();
+    return path;
+}
+
+wchar_t const* AFiler::getUpdaterDataPath() {
+    static AString path;
+    if (path.size() == 0)
+        path = IConfiguration::GetConfiguration()->GetUpdaterDataDir().c_str();
+    return path;
+}
+
+wchar_t const* AFiler::getAlternateDataPath() {
+    static AString path;
+    if (path.size() == 0)
+        path = APath(getZunDataPath(), L"etc");
+    return path;
+}
+
+bool AFiler::getTempFilePath(AString& out) {
+    CallTrace const trace(group, L"tempnam");
+    std::string directory = temporaryDirectory();
+    if (directory.empty()) {
+        errno = ENOENT;
+        logErrno(group);
+        return false;
+    }
+    while (directory.size() > 1 && directory.back() == '/')
+        directory.pop_back();
+    for (;;) {
+        std::string const path = randomName(directory + "/qzr", 6);
+        struct stat status;
+        if (lstat(path.c_str(), &status) == 0)
+            continue;
+        if (logErrnoIf(group, errno != ENOENT))
+            return false;
+        out = path.c_str();
+        return true;
+    }
+}
+
+bool AFiler::deleteFile(AString const& path) {
+    CallTrace const trace(group, L"unlink", path);
+    return unlink(ACharString(static_cast<wchar_t const*>(path))) == 0 || !logErrnoIf(group, errno != ENOENT);
+}
+
+bool AFiler::createDirectory(AString const& path) {
+    CallTrace const trace(group, L"mkdir", path);
+    return mkdir(ACharString(static_cast<wchar_t const*>(path)), S_IRWXU) == 0 ||
+           !logErrnoIf(group, errno != EEXIST);
+}
+
+bool AFiler::copyFile(AString const& from, AString const& to) {
+    CallTrace const trace(group, L"CopyFile", from, to);
+    std::string const source(ACharString(static_cast<wchar_t const*>(from)));
+    std::string const target(ACharString(static_cast<wchar_t const*>(to)));
+    if (helper::copyFile(source, target, 0))
+        return true;
+    logError(group, L"Failed");
+    return false;
+}
+
+bool AFiler::renameFile(AString const&, AString const&) {
+    logInternalError(group, L"Test ");
+    return false;
+}
+
+bool AFiler::deleteFolder(AString const& path) {
+    return privateDeleteFolder(false, path);
+}
+
+bool AFiler::deleteEmptyFolder(AString const& path) {
+    return privateDeleteFolder(true, path);
+}
+
+bool AFiler::deleteFolders(AString const& path) {
+    constexpr std::size_t shortestPath = 4;
+    return path.size() >= shortestPath && TreeRemoval(path).run();
+}
+
+bool AFiler::getFileAccessibility(AString const& path, AFileAccess access, bool& exists, bool& accessible) {
+    int mode = 0;
+    switch (access) {
+    case accessRead:
+        mode = R_OK;
+        break;
+    case accessWrite:
+    case accessModify:
+        mode = W_OK;
+        break;
+    case accessExecute:
+        mode = X_OK;
+        break;
+    default:
+        AString message(L"getFileAccessibility had unexpected access ");
+        message << static_cast<int>(access);
+        logInternalError(group, message);
+        return false;
+    }
+    CallTrace const trace(group, L"access", path, mode);
+    bool const granted = ::access(ACharString(static_cast<wchar_t const*>(path)), mode) == 0;
+    bool const missing = !granted && (errno == ENOENT || errno == ENOTDIR);
+    bool const denied = !granted && (errno == EACCES || errno == EROFS);
+    if (logErrnoIf(group, !granted && !missing && !denied))
+        return false;
+    exists = !missing;
+    accessible = granted;
+    return true;
+}
+
+bool AFiler::getFileAccessibility(AString const& path, AFileAccess access, bool& exists) {
+    bool accessible = false;
+    return getFileAccessibility(path, access, exists, accessible);
+}
+
+bool AFiler::getExistingFileSize(AString const& path, long& size) {
+    return getFileSize(true, path, size);
+}
+
+bool AFiler::tryGetFileSize(AString const& path, long& size) {
+    return getFileSize(false, path, size);
+}
+
+bool getFileSize(bool mustExist, AString const& path, long& size) {
+    CallTrace const trace(sizeGroup, L"stat", path);
+    struct stat status;
+    if (stat(ACharString(static_cast<wchar_t const*>(path)), &status) == 0) {
+        size = static_cast<long>(status.st_size);
+        return true;
+    }
+    if (mustExist || errno != ENOENT)
+        logErrno(sizeGroup);
+    return false;
+}
+
+bool privateDeleteFolder(bool emptyOnly, AString const& path) {
+    CallTrace const trace(group, L"rmdir", path);
+    if (rmdir(ACharString(static_cast<wchar_t const*>(path))) == 0 || errno == ENOENT || errno == ENOTDIR ||
+        (errno == ENOTEMPTY && emptyOnly))
+        return true;
+    logErrno(group);
+    return false;
+}
