@@ -15,8 +15,7 @@ wchar_t const* const group = L"Xml";
 template <typename... Arguments>
 AStringList call(wchar_t const* name, Arguments... arguments) {
     AStringList list(L",", false);
-    list << name;
-    ((list << arguments), ...);
+    ((list << name) << ... << arguments);
     return list;
 }
 

@@ -1,0 +1,156 @@
+#include <zun/structured/AnXml.h>
+#include <zun/structured/AnXmlChildIndex.h>
+#include <zun/structured/AnXmlNode.h>
+#include <zun/structured/AnXmlValueIndex.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <tests/support/LogCapture.h>
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::IsEmpty;
+
+namespace {
+
+class AnXmlNodeTest : public testing::Test {
+protected:
+    void use(wchar_t const* text) {
+        ASSERT_TRUE(m_xml.useString(text));
+        m_root.setToRoot(&m_xml);
+        m_log.takeLines();
+    }
+
+    std::wstring text() {
+        AString written;
+        m_xml.writeString(&written);
+        return written;
+    }
+
+    LogCapture m_log;
+    AnXml m_xml;
+    AnXmlNode m_root;
+    AString m_value;
+};
+
+} // namespace
+
+TEST_F(AnXmlNodeTest, ReadsAttributesAndText) {
+    use(L"<a b='c'>x<d>y</d></a>");
+    EXPECT_TRUE(m_root.getExistingValue(L"b", &m_value));
+    EXPECT_EQ(m_value, L"c");
+    EXPECT_FALSE(m_root.tryGetValue(L"B", &m_value));
+    EXPECT_EQ(m_value, L"c");
+    EXPECT_TRUE(m_root.getExistingValue(L"", &m_value));
+    EXPECT_EQ(m_value, L"");
+    EXPECT_TRUE(m_root.hasValue(true, L"b", L"C"));
+    EXPECT_FALSE(m_root.hasValue(true, L"b", L"x"));
+    EXPECT_TRUE(m_root.matchesValue(true, &m_root, L"b", L"b"));
+    EXPECT_THAT(m_log.takeLines(), IsEmpty());
+    EXPECT_FALSE(m_root.getExistingValue(L"e", &m_value));
+    EXPECT_FALSE(m_root.tryGetValue(nullptr, &m_value));
+    EXPECT_FALSE(AnXmlNode().tryGetValue(L"b", &m_value));
+    EXPECT_THAT(m_log.takeLines(), ElementsAre("[XmlNode] [E] Error trace:",
+                                               "[XmlNode] [E]   getValue: required attribute not found: e",
+                                               "[XmlNode] [E] internal error: No attribute named NULL",
+                                               "[XmlNode] [E] internal error: Used uninitialized node"));
+}
+
+TEST_F(AnXmlNodeTest, FindsChildrenByNameAttributeAndText) {
+    use(L"<a><b/><c n='1'>x</c><c n='2' m='z'>y</c></a>");
+    AnXmlNode out;
+    EXPECT_TRUE(m_root.tryGetChild(&out, nullptr));
+    EXPECT_EQ(out.getName(), L"b");
+    EXPECT_TRUE(m_root.getChild(true, L"c", L"n", L"2", L"", &m_value));
+    EXPECT_EQ(m_value, L"y");
+    EXPECT_TRUE(m_root.getChild(true, L"c", L"", L"y", L"n", &m_value));
+    EXPECT_EQ(m_value, L"2");
+    EXPECT_TRUE(m_root.getChild(true, L"c", L"m", nullptr, L"n", &m_value));
+    EXPECT_FALSE(m_root.tryGetChild(&out, L"c", L"n", L"3"));
+    EXPECT_THAT(m_log.takeLines(), IsEmpty());
+    EXPECT_FALSE(out.positionValid());
+    AnXmlNode cursor(&m_root);
+    EXPECT_FALSE(cursor.getChildMove(true, L"C", L"n", L"2", L""));
+    EXPECT_EQ(cursor.getName(), L"a");
+    EXPECT_TRUE(cursor.getChildMove(true, L"c", L"n", L"2"));
+    EXPECT_EQ(cursor.asLogString(), L"<c n=\"2\" m=\"z\">y</c>");
+    EXPECT_THAT(m_log.takeLines(), ElementsAre("[XmlNode] [E] internal error: Used uninitialized node",
+                                               "[XmlNode] [E] Error trace:",
+                                               "[XmlNode] [E]   getChild: required child not found: C,n,2,"));
+}
+
+TEST_F(AnXmlNodeTest, BuildsAndChanges) {
+    m_xml.useNew(L"a");
+    m_root.setToRoot(&m_xml);
+    AnXmlNode child;
+    for (int i = 0; i < 2; ++i)
+        EXPECT_TRUE(m_root.setChild(&child, L"b", L"n", L"1", L"", i == 0 ? L"x" : L"y"));
+    EXPECT_TRUE(m_root.addChild(nullptr, L"b", L"n", L"1"));
+    EXPECT_TRUE(child.setValue(L"n", L"2"));
+    EXPECT_TRUE(child.setValue(L"m", nullptr));
+    EXPECT_TRUE(m_root.addChild(&child, L"c"));
+    EXPECT_TRUE(m_root.setValue(L"", L"z"));
+    EXPECT_TRUE(child.copyValues(&m_root));
+    EXPECT_TRUE(child.setChild(nullptr, L"d"));
+    EXPECT_THAT(text(), EndsWith(L"<a>z<b n=\"2\" m=\"\">y</b><b n=\"1\"/><c><d/></c></a>"));
+    EXPECT_TRUE(child.remove());
+    EXPECT_TRUE(m_root.remove());
+    EXPECT_THAT(text(), EndsWith(L"<a/>"));
+    EXPECT_FALSE(AnXmlNode().addChild(&child, L"b"));
+    EXPECT_FALSE(AnXmlNode().setValue(L"b", L"c"));
+    EXPECT_FALSE(AnXmlNode().remove());
+}
+
+TEST_F(AnXmlNodeTest, CopiesAndCompares) {
+    use(L"<a x='1'><b y='2'>t<c/></b><b y='3'>u</b></a>");
+    EXPECT_TRUE(m_root.copyAsChild(&m_root));
+    EXPECT_EQ(text(), L"<a x=\"1\"><b y=\"2\">t<c/></b><b y=\"3\">u</b>"
+                      L"<a x=\"1\"><b y=\"2\"><c/></b><b y=\"3\">u</b></a></a>");
+    AnXmlNode copy;
+    ASSERT_TRUE(m_root.tryGetChild(&copy, L"a"));
+    m_log.takeLines();
+    EXPECT_TRUE(m_root.containsValuesOf(&copy));
+    EXPECT_TRUE(m_root.containsChildrenOf(&copy));
+    EXPECT_THAT(m_log.takeLines(), IsEmpty());
+    EXPECT_FALSE(copy.containsChildrenOf(&m_root));
+    EXPECT_THAT(m_log.takeLines(),
+                ElementsAre("[XmlNode] [E] Error trace:", "[XmlNode] [E]   missing <a x=\"1\"></a>"));
+}
+
+TEST_F(AnXmlNodeTest, IndexesWalkChildrenAndAttributes) {
+    use(L"<a><b n='1' m='2'/>text<c/><b n='3'/></a>");
+    AnXmlChildIndex all(&m_root);
+    std::wstring names;
+    while (all.moveNext())
+        names += all.getName().cpp_str();
+    EXPECT_EQ(names, L"bcb");
+    AnXmlChildIndex index(&m_root, L"b");
+    EXPECT_FALSE(index.remove());
+    EXPECT_TRUE(index.moveNext(L"n", &m_value));
+    EXPECT_EQ(m_value, L"1");
+    AnXmlValueIndex values(&index);
+    std::wstring pairs;
+    for (AString name; values.moveNext(&name, &m_value);)
+        pairs += name.cpp_str() + L"=" + m_value.cpp_str() + L" ";
+    EXPECT_EQ(pairs, L"n=1 m=2 ");
+    values.close();
+    EXPECT_FALSE(values.moveNext(nullptr, nullptr));
+    EXPECT_TRUE(index.remove());
+    EXPECT_FALSE(index.remove());
+    EXPECT_TRUE(index.moveNext());
+    EXPECT_TRUE(index.remove());
+    EXPECT_FALSE(index.remove());
+    EXPECT_FALSE(index.moveNext());
+    EXPECT_EQ(text(), L"<a>text<c/></a>");
+    AnXmlNode const none;
+    EXPECT_FALSE(index.set(&none));
+    EXPECT_FALSE(values.set(&none));
+    EXPECT_THAT(m_log.takeLinesAboveDebug(),
+                ElementsAre("[XmlIndx] [E] internal error: remove without moveNext",
+                            "[XmlIndx] [E] internal error: remove without moveNext",
+                            "[XmlNode] [E] internal error: Used uninitialized node",
+                            "[XmlIndx] [E] internal error: Used uninitialized node",
+                            "[XmlValx] [E] internal error: Used uninitialized node"));
+}
