@@ -3,15 +3,20 @@
 #include "LogPolicy.h"
 #include "Plugin.h"
 #include <zun/configuration/IConfiguration.h>
+#include <zun/files/ALibrary.h>
 #include <zun/linux/log.h>
 #include <zun/logger/ILogger.h>
 #include <zun/platform/helper/CommonHelper.h>
 
 #include <array>
+#include <cerrno>
+#include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <system_error>
+#include <unistd.h>
 
 extern char** environ; // NOLINT: what environ(7) says to declare
 
@@ -22,18 +27,44 @@ using orvane_com::zun::configuration::IConfiguration;
 PluginProcess::PluginProcess(std::string const& program, std::string const& plugin,
                              std::wstring const& configurationDirectory, std::wstring const& logFile)
     : m_name(plugin) {
-    std::string const directory = program.substr(0, program.rfind('/'));
-    std::array<std::string, 5> arguments{program, "--plugin", directory + "/plugins/lib" + plugin + ".dylib",
+    std::array<int, 2> ends{};
+    if (pipe(ends.data()) != 0)
+        throw std::system_error(errno, std::generic_category(), "the plug-in " + plugin);
+    for (int const end : ends)
+        fcntl(end, F_SETFD, FD_CLOEXEC);
+    m_output.reset(fdopen(ends[0], "r"));
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+
+    std::string const library = program.substr(0, program.rfind('/')) + "/plugins/" + plugin;
+    std::array<std::string, 5> arguments{program, "--plugin", library,
                                          helper::toNarrow(configurationDirectory), helper::toNarrow(logFile)};
     std::array<char*, 6> pointers{};
     for (std::size_t i = 0; i < arguments.size(); ++i)
         pointers[i] = arguments[i].data();
-    if (int const error =
-            posix_spawn(&m_process, program.c_str(), nullptr, nullptr, pointers.data(), environ))
+    int const error = posix_spawn(&m_process, program.c_str(), &actions, nullptr, pointers.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    close(ends[1]);
+    if (error != 0)
         throw std::system_error(error, std::generic_category(), "the plug-in " + plugin);
 }
 
 PluginProcess::~PluginProcess() {
+    join();
+}
+
+bool PluginProcess::waitUntilItSays(std::string const& word) {
+    std::array<char, 256> line{};
+    while (m_output && std::fgets(line.data(), line.size(), m_output.get()))
+        if (word + "\n" == line.data())
+            return true;
+    return false;
+}
+
+void PluginProcess::kill() {
+    if (m_process != 0)
+        ::kill(m_process, SIGKILL);
     join();
 }
 
@@ -55,15 +86,13 @@ int hostPlugin(std::string const& library, std::string const& configurationDirec
     IConfiguration::GetConfiguration()->SetConfigurationDirectory(helper::toWide(configurationDirectory));
 
     ILogger& logger = *ILogger::GetLogger();
-    std::string error;
-    void* const handle = helper::loadLibrary(library, error);
-    void* const entry = handle ? helper::getSymbol(handle, pluginEntryPoint, error) : nullptr;
-    if (!entry) {
-        logger.logMessage(Err, Plugin, loadingFailed, MultiArgs(library).add(error));
+    std::wstring const name = helper::toWide(library);
+    ALibrary plugin;
+    int (*run)() = nullptr;
+    if (!plugin.open(true, name.c_str(), true, false) || !plugin.get(true, pluginEntryPoint, &run)) {
+        logger.logMessage(Err, Plugin, loadingFailed, name.c_str(), L"the errors before");
         return EXIT_FAILURE;
     }
-    logger.logMessage(Info, Plugin, loaded, MultiArgs(library.substr(library.rfind('/') + 1)));
-    int const result = reinterpret_cast<decltype(&runPlugin)>(entry)();
-    helper::freeLibrary(handle);
-    return result;
+    logger.logMessage(Info, Plugin, loaded, name.substr(name.rfind(L'/') + 1).c_str());
+    return run();
 }

@@ -1,9 +1,16 @@
 #include "Service.h"
 
+#include "EventRecord.h"
+#include "LockDirectory.h"
 #include "LogPolicy.h"
 #include "PluginProcess.h"
 #include "Report.h"
+#include "SharedSettings.h"
+#include <zun/binary/Base64.h>
 #include <zun/configuration/IConfiguration.h>
+#include <zun/files/AFile.h>
+#include <zun/files/AFiler.h>
+#include <zun/files/APath.h>
 #include <zun/linux/log.h>
 #include <zun/logger/ILogger.h>
 #include <zun/platform/crypto/ACryptWrap.h>
@@ -12,10 +19,15 @@
 #include <zun/structured/AnIni2.h>
 #include <zun/structured/AnXml.h>
 #include <zun/structured/AnXmlNode.h>
+#include <zun/text/ALocalizedString.h>
+#include <zun/text/AResourceFile.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace helper = orvane_com::zun::helper;
@@ -48,6 +60,8 @@ int Service::run() {
     registerIdentity();
     keepSettings();
     editPolicy();
+    keepEvent();
+    readMessages();
     bool const pluginsSucceeded = runPlugins();
     enforceMissingPolicy();
 
@@ -116,19 +130,70 @@ void Service::editPolicy() {
     }
 }
 
+void Service::keepEvent() {
+    AnInfoTrace const trace(L"Agent", L"Keeping an event for the server");
+    AFiler::createDirectory(configuration().GetEventBaseDirectory());
+    APath const file(configuration().GetEventBaseDirectory(), L"20261121.evt");
+    EventRecord const event{
+        .id = 1095, .severity = 3, .version = AVersion(5, 7, 4, 418), .product = L"ORVENDPT1070MACX"};
+    ABuffer stored;
+    EventRecord readBack;
+    if (!AFile::write(file, event.encode()) || !AFile::read(true, file, stored) || !readBack.decode(stored))
+        return;
+    AString text;
+    text << L"event " << static_cast<long>(readBack.id) << L" of " << readBack.product << L" "
+         << readBack.version.getString() << L", on the wire "
+         << ABase64Encode::encode(stored.getBytes(), stored.size());
+    m_event = text.const_cpp_str();
+}
+
+void Service::readMessages() {
+    AnInfoTrace const trace(L"Agent", L"Comparing versions");
+    AResourceFile catalog;
+    if (!catalog.openExisting(MESSAGE_CATALOG, 0))
+        return;
+    ALocalizedString::setDefaultResourceFile(&catalog);
+    std::vector<std::wstring> products;
+    configuration().GetAvailableSoftwareIds(products);
+    auto const count = static_cast<int>(products.size());
+    m_messages.push_back((ALocalizedString(1) << count << count - 1).const_cpp_str());
+    AVersion const wanted(L"5.2");
+    for (wchar_t const* const found : {L"5.2", L"5.10.0.1"}) {
+        AVersion const version(found);
+        bool const isNewer = version.compare(&wanted) > 0;
+        ALocalizedString line(isNewer ? 2 : 3);
+        line << version.getString();
+        line << wanted.getString();
+        m_messages.push_back(line.const_cpp_str());
+    }
+    ALocalizedString::setDefaultResourceFile(nullptr);
+}
+
 bool Service::runPlugins() {
     AnInfoTrace const trace(L"Agent", L"Running the plug-ins");
-    PluginProcess inventory(m_program, "inventory", m_workspace.configurationDirectory(),
-                            m_workspace.logFile());
-    PluginProcess scheduler(m_program, "scheduler", m_workspace.configurationDirectory(),
-                            m_workspace.logFile());
-    for (PluginProcess* const plugin : {&inventory, &scheduler}) {
+    LockDirectory const lockDirectory;
+    m_canLock = lockDirectory.exists();
+    auto const start = [this](char const* plugin) {
+        return std::make_unique<PluginProcess>(m_program, plugin, m_workspace.configurationDirectory(),
+                                               m_workspace.logFile());
+    };
+    std::unique_ptr<PluginProcess> const updater = m_canLock ? start("updater") : nullptr;
+    bool const updaterHangs = updater && updater->waitUntilItSays("holding");
+    auto const inventory = start("inventory");
+    auto const scheduler = start("scheduler");
+    if (updaterHangs) {
+        // Long enough for the others to come and wait.
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        logInfo(L"Agent", L"The updater hangs: ending it");
+        updater->kill();
+    }
+    for (PluginProcess* const plugin : {inventory.get(), scheduler.get()}) {
         if (plugin->join())
             m_finishedPlugins.push_back(helper::toWide(plugin->name()));
         else
             logError(L"Agent", (L"The plug-in " + helper::toWide(plugin->name()) + L" failed").c_str());
     }
-    return m_finishedPlugins.size() == 2;
+    return m_finishedPlugins.size() == 2 && updaterHangs == m_canLock;
 }
 
 void Service::enforceMissingPolicy() const {
@@ -164,8 +229,16 @@ void Service::report() const {
     report.add(L"Settings and policy");
     report.add(L"agent.ini", m_settings);
     report.add(L"policy", m_policy);
+    report.add(L"event kept", m_event);
+    for (std::wstring const& message : m_messages)
+        report.add(L"message", message);
+
+    report.add(L"Plug-ins");
+    if (m_canLock)
+        report.add(L"updater", L"killed while it held the lock on agent.ini");
     for (std::wstring const& plugin : m_finishedPlugins)
-        report.add(L"plug-in done", plugin);
+        report.add(plugin, m_canLock ? SharedSettings::describe(plugin)
+                                     : L"done, without agent.ini: only root can make the locks' directory");
 
     report.addLog(m_workspace.logFile());
     report.print();

@@ -18,6 +18,8 @@ private:
     void registerIdentity() const;
     void keepSettings();
     void editPolicy();
+    void keepEvent();
+    void readMessages();
     bool runPlugins();
     void enforceMissingPolicy() const;
     void report() const;
@@ -25,6 +27,9 @@ private:
     std::string m_program;
     Workspace const& m_workspace;
     std::vector<std::wstring> m_finishedPlugins;
+    bool m_canLock = false;
     std::wstring m_settings;
     std::wstring m_policy;
+    std::wstring m_event;
+    std::vector<std::wstring> m_messages;
 };

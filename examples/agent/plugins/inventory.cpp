@@ -1,6 +1,7 @@
 // Collects the properties of the installed products.
 
 #include "../Plugin.h"
+#include "../SharedSettings.h"
 #include <zun/configuration/IConfiguration.h>
 #include <zun/linux/log.h>
 #include <zun/logger/ILogger.h>
@@ -40,6 +41,7 @@ void collect(std::wstring const& softwareId) {
 
 int runPlugin() {
     AnInfoTrace const trace(L"Inventory", L"Collecting properties");
+    SharedSettings::countRun(L"inventory");
     std::vector<std::wstring> products;
     if (!IConfiguration::GetConfiguration()->GetAvailableSoftwareIds(products))
         return EXIT_FAILURE;

@@ -1,6 +1,7 @@
 // Runs the agent's tasks, several at a time.
 
 #include "../Plugin.h"
+#include "../SharedSettings.h"
 #include <zun/linux/log.h>
 #include <zun/logger/ILogger.h>
 
@@ -34,6 +35,7 @@ void runTasks(int worker) {
 
 int runPlugin() {
     AnInfoTrace const trace(L"Tasks", L"Running the task queue");
+    SharedSettings::countRun(L"scheduler");
     std::vector<std::thread> threads;
     for (int worker = 1; worker <= workers; ++worker)
         threads.emplace_back(runTasks, worker);
