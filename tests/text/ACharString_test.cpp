@@ -11,26 +11,16 @@
 
 namespace {
 
-/// The process's locale for the length of a test.
-class ScopedLocale {
-public:
-    explicit ScopedLocale(char const* name) : m_previous(std::setlocale(LC_ALL, nullptr)) {
-        if (!std::setlocale(LC_ALL, name))
-            ADD_FAILURE() << "no locale " << name;
-    }
-    ~ScopedLocale() { std::setlocale(LC_ALL, m_previous.c_str()); }
-    ScopedLocale(ScopedLocale const&) = delete;
-    ScopedLocale& operator=(ScopedLocale const&) = delete;
-
-private:
-    std::string m_previous;
-};
-
 #ifdef __APPLE__
 constexpr char const* utf8Locale = "en_US.UTF-8";
 #else
 constexpr char const* utf8Locale = "C.UTF-8";
 #endif
+
+void useLocale(char const* name) {
+    if (!std::setlocale(LC_ALL, name))
+        ADD_FAILURE() << "no locale " << name;
+}
 
 std::string narrowed(wchar_t const* wide) {
     ACharString const narrow(wide);
@@ -45,35 +35,26 @@ std::string narrowed(wchar_t const* wide) {
 TEST(ACharString, HoldsTheTextInTheCurrentLocale) {
     EXPECT_EQ(narrowed(L""), "");
     EXPECT_EQ(narrowed(nullptr), "");
-    {
-        ScopedLocale const locale("C");
-        EXPECT_EQ(narrowed(L"a\x4e2d\x6587z"), "a??z");
-    }
-    ScopedLocale const locale(utf8Locale);
+    useLocale("C");
+    EXPECT_EQ(narrowed(L"a\x4e2d\x6587z"), "a??z");
+    useLocale(utf8Locale);
     EXPECT_EQ(narrowed(L"a\x4e2d\U0001f600z"), "a\xe4\xb8\xad\xf0\x9f\x98\x80z");
     wchar_t const unrepresentable[] = {L'a', L'\xd800', L'\xe9', L'\0'};
     EXPECT_EQ(narrowed(unrepresentable), "a?\xc3\xa9");
 }
 
-TEST(ACharString, CopiesBytesAsTheyAre) {
-    ACharString const cut("abc", 2);
-    EXPECT_STREQ(cut, "ab");
-    EXPECT_EQ(cut.size(), 2);
+TEST(ACharString, CopiesBytesOfAnyPossibleSize) {
+    EXPECT_STREQ(ACharString("abc", 2), "ab");
     EXPECT_EQ(std::string(ACharString("a\0b", 3), 4), std::string("a\0b\0", 4));
     EXPECT_STREQ(ACharString(nullptr, 3), "");
     EXPECT_STREQ(ACharString(), "");
-    EXPECT_EQ(ACharString().size(), 0);
-}
-
-TEST(ACharString, RefusesAnImpossibleSizeLikeTheAllocator) {
     EXPECT_THROW(checkNewChar(-1), std::bad_alloc);
     EXPECT_THROW(ACharString("abc", -1), std::bad_alloc);
     EXPECT_THROW(ACharString("abc", INT_MAX), std::bad_alloc);
-    delete[] checkNewChar(0);
 }
 
 TEST(NarrowConversion, MeasuresAndConvertsWhatTheLocaleKnows) {
-    ScopedLocale const locale(utf8Locale);
+    useLocale(utf8Locale);
     EXPECT_EQ(conversionSpaceRequired("z\xe4\xb8\xad"), 2);
     AString text(L"old ");
     text << "z\xe4\xb8\xad";
@@ -81,12 +62,10 @@ TEST(NarrowConversion, MeasuresAndConvertsWhatTheLocaleKnows) {
     wchar_t buffer[] = L"#######";
     AString::convert("abc", buffer, 2, 2);
     EXPECT_STREQ(buffer, L"##ab###");
-    AString::convert("abc", buffer, 0, -1);
-    EXPECT_STREQ(buffer, L"##ab###");
 }
 
 TEST(NarrowConversion, ReportsWhatTheLocaleDoesNotKnow) {
-    ScopedLocale const locale(utf8Locale);
+    useLocale(utf8Locale);
     LogCapture log;
     auto const lastLine = [&log] {
         std::vector<std::string> const lines = log.takeLines();
@@ -118,7 +97,7 @@ TEST(Wcsicmp, ComparesIgnoringCaseInTheLocale) {
     EXPECT_LT(wcsicmp(L"ab", L"abc"), 0);
     EXPECT_GT(wcsicmp(L"abc", L"ab"), 0);
     EXPECT_EQ(wcsicmp(L"a", L"c"), 'A' - 'C');
-    ScopedLocale const locale(utf8Locale);
+    useLocale(utf8Locale);
     EXPECT_EQ(wcsicmp(L"\xe9t\xe9", L"\xc9T\xc9"), 0);
 }
 

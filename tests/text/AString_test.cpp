@@ -1,12 +1,15 @@
 #include <zun/text/AString.h>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <climits>
 #include <cstdint>
 #include <cwchar>
 #include <tests/support/CLibraryFormat.h>
 #include <tests/support/LogCapture.h>
+
+using testing::ElementsAre;
+using testing::EndsWith;
 
 namespace {
 
@@ -59,7 +62,7 @@ TEST(AFormat, AgreesWithTheCLibrary) {
                     request.precision = precision;
                     ASSERT_EQ(AString(request).const_cpp_str(), formatWithCLibrary(request))
                         << value << " width " << width << " precision " << precision << " flags "
-                        << testing::PrintToString(std::wstring(flags));
+                        << testing::PrintToString(flags);
                 }
             for (wchar_t const* const flags : {L"", L"-"})
                 for (wchar_t const* const text : {L"", L"a", L"hello", L"\x4e2d\x6587, longer than ten"}) {
@@ -97,38 +100,30 @@ TEST(AFormat, MapsCaseAndReportsUnknownDirectives) {
 
     LogCapture log;
     EXPECT_EQ(AString(AFormat(1, L"d0", 3)), L"001");
-    EXPECT_EQ(log.takeLines(),
-              std::vector<std::string>{"[String] [E] internal error: unknown format character [d]"});
+    EXPECT_THAT(log.takeLines(), ElementsAre("[String] [E] internal error: unknown format character [d]"));
 }
 
-TEST(AString, LendsABufferAndTakesItBack) {
+TEST(AString, LendsABufferAndSeesItOverrun) {
+    LogCapture log;
     AString text(L"a longer text than what is lent");
     std::wcscpy(text.allocate(10), L"hi");
     EXPECT_TRUE(text.checkAllocation());
     EXPECT_EQ(text, L"hi");
-
     std::wmemcpy(text.allocate(3), L"abc", 3);
     EXPECT_TRUE(text.checkAllocation());
     EXPECT_EQ(text, L"abc");
-
     text.allocate(0);
     EXPECT_TRUE(text.checkAllocation());
-    EXPECT_EQ(text.size(), 0u);
-}
+    EXPECT_EQ(log.takeLines().size(), 0u);
 
-TEST(AString, ReportsAMisusedLoan) {
-    LogCapture log;
-    AString text;
     EXPECT_FALSE(text.checkAllocation());
     std::wmemset(text.allocate(2), L'x', 3);
     EXPECT_FALSE(text.checkAllocation());
-    EXPECT_EQ(text, L"xxx");
     EXPECT_STREQ(text.allocate(-1), L"xxx");
-    std::vector<std::string> const lines = log.takeLines();
-    ASSERT_GE(lines.size(), 3u);
-    EXPECT_EQ(lines[0], "[String] [E] internal error: End of string overwritten");
-    EXPECT_EQ(lines[1], lines[0]);
-    EXPECT_NE(lines.back().find("Received invalid negative memory allocation request"), std::string::npos);
+    std::string const overwritten = "[String] [E] internal error: End of string overwritten";
+    EXPECT_THAT(log.takeLines(),
+                ElementsAre(overwritten, overwritten, "[String] [E] Error trace:",
+                            EndsWith("Received invalid negative memory allocation request")));
 }
 
 TEST(AString, ReplacesOccurrencesOnce) {
@@ -141,21 +136,17 @@ TEST(AString, ReplacesOccurrencesOnce) {
     EXPECT_EQ(replaced(L"<>x<>", L"<>", L""), L"x");
     EXPECT_EQ(replaced(L"Case", L"c", L"x"), L"Case");
     EXPECT_EQ(replaced(L"abc", L"", L"x"), L"abc");
-    AString itself(L"ab");
-    itself.findAndReplace(itself, itself);
-    EXPECT_EQ(itself, L"ab");
 }
 
 TEST(AString, CutsReadsAndOrders) {
     AString text(L"abc");
     text.shrinkTo(4);
-    EXPECT_EQ(text, L"abc");
+    EXPECT_EQ(text.size(), 3u);
     text.shrinkTo(1);
     EXPECT_EQ(text, L"a");
 
     EXPECT_EQ(AString(L" \t-12x").toInt(), -12);
     EXPECT_EQ(AString(L"x12").toInt(), 0);
-    EXPECT_EQ(AString(L"").toInt(), 0);
 
     EXPECT_TRUE(AString::CaseSensitiveLess()(L"B", L"a"));
     EXPECT_FALSE(AString::CaseInsensitiveLess()(L"B", L"a"));

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
-
 namespace {
 
 std::wstring read(wchar_t const* text) {
@@ -26,17 +24,14 @@ TEST(AVersion, SpillsPartsThatAreOutOfRange) {
     EXPECT_EQ(version.get4(), 0);
     version.set(0, 0, 0, -1);
     EXPECT_EQ(version.getString(), L"65535.65535.65535.65535");
-    version.set(INT_MIN, 0, 0, INT_MAX);
-    EXPECT_EQ(version.getString(), L"0.0.32767.65535");
 }
 
 TEST(AVersion, OrdersByTheMostSignificantPart) {
     AVersion const version(L"5.2.1.104");
-    AVersion const below(L"5.2.0.999"), same(5, 2, 1, 104), above(L"5.10"), farAbove(65535, 0, 0, 0);
+    AVersion const below(L"5.2.0.999"), same(5, 2, 1, 104), above(65535, 0, 0, 0);
     EXPECT_EQ(version.compare(&below), 1);
     EXPECT_EQ(version.compare(&same), 0);
     EXPECT_EQ(version.compare(&above), -1);
-    EXPECT_EQ(version.compare(&farAbove), -1);
 }
 
 } // namespace
