@@ -1,6 +1,7 @@
 #include <zun/structured/IniSettings.h>
 
 #include <algorithm>
+#include <functional>
 #include <limits>
 #include <stdexcept>
 
@@ -24,14 +25,22 @@ std::uint32_t shortened(std::size_t hash) {
 
 } // namespace
 
-std::wstring_view IniSettings::keyOf(Entry const& entry) const {
-    return std::wstring_view(m_text).substr(entry.begin, entry.keySize);
+IniSettings::IniSettings(std::wstring text) : m_text(std::move(text)) {}
+
+bool IniSettings::liesInText(std::wstring_view part) const {
+    std::less_equal<wchar_t const*> const isNotAfter;
+    return isNotAfter(m_text.data(), part.data()) &&
+           isNotAfter(part.data() + part.size(), m_text.data() + m_text.size());
 }
 
-std::wstring_view IniSettings::valueOf(Entry const& entry) const {
-    if (entry.replacement)
-        return *entry.replacement;
-    return std::wstring_view(m_text).substr(entry.begin + entry.keySize, entry.valueSize);
+void IniSettings::setValue(Entry& entry, std::wstring_view value) const {
+    if (liesInText(value)) {
+        entry.value = value;
+        entry.ownValue.reset();
+    } else {
+        entry.ownValue = std::make_unique<std::wstring const>(value);
+        entry.value = *entry.ownValue;
+    }
 }
 
 std::uint32_t IniSettings::sectionOf(std::wstring_view name) {
@@ -53,7 +62,7 @@ std::size_t IniSettings::findSlot(std::size_t hash, std::wstring_view section, s
         if (m_slots[at].hash != shortened(hash))
             continue;
         Entry const& entry = m_entries[m_slots[at].entry - 1];
-        if (keyOf(entry) == key && m_sections[entry.section].name == section)
+        if (entry.key == key && m_sections[entry.section].name == section)
             break;
     }
     return at;
@@ -84,19 +93,16 @@ bool IniSettings::insert(std::wstring_view section, std::wstring_view key, std::
     Slot& slot = m_slots[findSlot(hash, section, key)];
     if (slot.entry != 0) {
         Entry& entry = m_entries[slot.entry - 1];
-        if (valueOf(entry) == value)
+        if (entry.value == value)
             return false;
-        entry.replacement = std::make_unique<std::wstring>(value);
+        setValue(entry, value);
         return true;
     }
-    m_entries.push_back({sectionIndex, m_text.size(), key.size(), value.size(), nullptr});
-    try {
-        m_text.append(key).append(value);
-    } catch (...) {
-        m_text.resize(m_entries.back().begin);
-        m_entries.pop_back();
-        throw;
-    }
+    Entry entry{key, {}, sectionIndex, nullptr};
+    if (!liesInText(key))
+        entry.key = m_ownKeys.emplace_back(key);
+    setValue(entry, value);
+    m_entries.push_back(std::move(entry));
     slot = {shortened(hash), static_cast<std::uint32_t>(m_entries.size())};
     return true;
 }
@@ -105,14 +111,14 @@ std::optional<std::wstring_view> IniSettings::find(std::wstring_view section, st
     if (m_slots.empty())
         return std::nullopt;
     Slot const slot = m_slots[findSlot(combine(hashOf(section), hashOf(key)), section, key)];
-    return slot.entry != 0 ? std::optional(valueOf(m_entries[slot.entry - 1])) : std::nullopt;
+    return slot.entry != 0 ? std::optional(m_entries[slot.entry - 1].value) : std::nullopt;
 }
 
 std::vector<IniSettings::Setting> IniSettings::inOrder() const {
     std::vector<Setting> settings;
     settings.reserve(m_entries.size());
     for (Entry const& entry : m_entries)
-        settings.push_back({m_sections[entry.section].name, keyOf(entry), valueOf(entry)});
+        settings.push_back({m_sections[entry.section].name, entry.key, entry.value});
     std::sort(settings.begin(), settings.end(), [](Setting const& left, Setting const& right) {
         int const order = left.section.compare(right.section);
         return order != 0 ? order < 0 : left.key < right.key;
