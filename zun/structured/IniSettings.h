@@ -14,7 +14,7 @@
 /// of thousands of settings takes a few allocations, and a look-up touches few lines of memory.
 class IniSettings {
 public:
-    /// None yet; `text` is what they will be read from.
+    /// None yet; `text` is what they will be read from, each with an equal sign.
     explicit IniSettings(std::wstring text = {});
     IniSettings(IniSettings const&) = delete;
     IniSettings& operator=(IniSettings const&) = delete;
@@ -42,23 +42,22 @@ private:
         std::size_t hash;
     };
     struct Entry {
+        bool isFree() const { return key.data() == nullptr; }
+
+        /// Part of the hash of section and key.
+        std::uint32_t hash = 0;
+        std::uint32_t section = 0;
         std::wstring_view key;
         std::wstring_view value;
-        std::uint32_t section;
         /// Holds a value that does not lie in the text.
         std::unique_ptr<std::wstring const> ownValue;
-    };
-    /// Part of the hash, and an entry's index plus 1; 0 where there is none.
-    struct Slot {
-        std::uint32_t hash = 0;
-        std::uint32_t entry = 0;
     };
 
     bool liesInText(std::wstring_view part) const;
     void setValue(Entry& entry, std::wstring_view value) const;
     std::uint32_t sectionOf(std::wstring_view name);
-    /// The setting's slot, or the free one that it would get.
-    std::size_t findSlot(std::size_t hash, std::wstring_view section, std::wstring_view key) const;
+    /// Where the setting is in the table, or the free place that it would get.
+    std::size_t findPlace(std::uint32_t hash, std::wstring_view section, std::wstring_view key) const;
     void grow();
 
     std::wstring const m_text;
@@ -67,7 +66,7 @@ private:
     std::vector<Section> m_sections;
     std::map<std::wstring, std::uint32_t, std::less<>> m_sectionByName;
     std::uint32_t m_lastSection = 0;
-    std::vector<Entry> m_entries;
-    /// A power of two of them, at least twice the entries.
-    std::vector<Slot> m_slots;
+    std::size_t m_count = 0;
+    /// A power of two of them, at least a quarter free.
+    std::vector<Entry> m_table;
 };
