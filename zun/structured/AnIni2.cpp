@@ -31,11 +31,16 @@ bool isWhiteSpace(wchar_t character) {
     return iswspace(static_cast<wint_t>(character)) != 0;
 }
 
-/// The characters that may end a name, a value or a comment.
-bool mayEndRun(wchar_t character) {
-    // All of them are among the first hundred characters, most letters are not.
-    return character <= L']' && (character == L'\n' || character == L'\r' || character == L'=' ||
-                                 character == L'[' || character == L']');
+/// Where the first character stands that may end a name, a value or a comment.
+wchar_t const* findRunEnd(wchar_t const* at, wchar_t const* end) {
+    return std::find_if(at, end, [](wchar_t c) {
+        // They are all among the first hundred characters, most letters are not.
+        return c <= L']' && (c == L'\n' || c == L'\r' || c == L'=' || c == L'[' || c == L']');
+    });
+}
+
+void extend(std::wstring_view& part, wchar_t const* next, std::size_t count) {
+    part = {part.empty() ? next : part.data(), part.size() + count};
 }
 
 } // namespace
@@ -52,7 +57,7 @@ void AnIni2::initialize() {
     m_parsed = parse();
     if (!m_parsed) {
         logInternalError(group, notParsed);
-        *m_settings = IniSettings();
+        m_settings = std::make_unique<IniSettings>();
     }
     m_modified = false;
 }
@@ -65,7 +70,7 @@ void AnIni2::open(AString const& fileName) {
 
 void AnIni2::close() {
     write();
-    *m_settings = IniSettings();
+    m_settings = std::make_unique<IniSettings>();
     m_parsed = false;
     AnIni::close();
 }
@@ -97,7 +102,7 @@ bool AnIni2::getExisting(AString const& section, AString const& key, AString& va
 
 void AnIni2::set(AString const& section, AString const& key, AString const& value) {
     if (m_parsed)
-        insert(section, key, value);
+        insert(section.const_cpp_str(), key.const_cpp_str(), value.const_cpp_str());
     else
         AnIni::set(section, key, value);
 }
@@ -105,7 +110,7 @@ void AnIni2::set(AString const& section, AString const& key, AString const& valu
 bool AnIni2::getIniMap(IniMap& out) {
     if (!m_parsed) {
         logInternalError(group, notParsed);
-        *m_settings = IniSettings();
+        m_settings = std::make_unique<IniSettings>();
         return false;
     }
     out.clear();
@@ -165,18 +170,18 @@ bool AnIni2::parse() {
         AString text;
         if (!readText(text))
             return false;
+        m_settings = std::make_unique<IniSettings>(std::move(text.cpp_str()));
         std::setlocale(LC_ALL, "");
-        m_settings->reserve(text.size());
 
         State state = LineStart;
-        std::wstring section;
-        std::wstring key;
-        std::wstring value;
+        std::wstring_view section;
+        std::wstring_view key;
+        std::wstring_view value;
         unsigned line = 1;
-        wchar_t const* at = text.const_cpp_str().data();
-        wchar_t const* const end = at + text.size();
+        wchar_t const* at = m_settings->text().data();
+        wchar_t const* const end = at + m_settings->text().size();
         while (at != end && state != Failed) {
-            wchar_t const c = *at++;
+            wchar_t const& c = *at++;
             switch (c) {
             case L'\n':
             case L'\r':
@@ -202,11 +207,12 @@ bool AnIni2::parse() {
             if (state == LineStart || state == Failed)
                 continue;
             // The characters up to the next of the above are taken in one step.
-            wchar_t const* const runEnd = std::find_if(at, end, mayEndRun);
-            if (state != InComment) {
-                std::wstring& collected = state == InSection ? section : state == InKey ? key : value;
-                collected.append(at, runEnd);
-            }
+            wchar_t const* const runEnd = findRunEnd(at, end);
+            if (state != InComment)
+                extend(state == InSection ? section
+                       : state == InKey   ? key
+                                          : value,
+                       at, static_cast<std::size_t>(runEnd - at));
             at = runEnd;
         }
         processEOF(state, section, key, value);
@@ -219,10 +225,11 @@ bool AnIni2::parse() {
     return false;
 }
 
-void AnIni2::insert(std::wstring const& section, std::wstring const& key, std::wstring const& value) {
+void AnIni2::insert(std::wstring_view section, std::wstring_view key, std::wstring_view value) {
     if (key.empty() && (section.empty() || !value.empty())) {
         AString message;
-        message << L"Unable to insert " << section << L", " << key << L", and " << value << L" into the map.";
+        message << L"Unable to insert " << std::wstring(section) << L", " << std::wstring(key) << L", and "
+                << std::wstring(value) << L" into the map.";
         logInternalError(group, message);
         return;
     }
@@ -231,34 +238,36 @@ void AnIni2::insert(std::wstring const& section, std::wstring const& key, std::w
             m_modified = true;
     } catch (std::exception const& exception) {
         AString message;
-        message << L"Exception " << exception.what() << L" trying to insert " << section << L", " << key
-                << L", and " << value << L" into the map";
+        message << L"Exception " << exception.what() << L" trying to insert " << std::wstring(section)
+                << L", " << std::wstring(key) << L", and " << std::wstring(value) << L" into the map";
         logInternalError(group, message);
     }
 }
 
-void AnIni2::removeLeadingWhiteSpace(std::wstring& text) {
-    text.erase(text.begin(), std::find_if_not(text.begin(), text.end(), isWhiteSpace));
+void AnIni2::removeLeadingWhiteSpace(std::wstring_view& text) {
+    while (!text.empty() && isWhiteSpace(text.front()))
+        text.remove_prefix(1);
 }
 
-void AnIni2::removeTrailingWhiteSpace(std::wstring& text) {
-    text.erase(std::find_if_not(text.rbegin(), text.rend(), isWhiteSpace).base(), text.end());
+void AnIni2::removeTrailingWhiteSpace(std::wstring_view& text) {
+    while (!text.empty() && isWhiteSpace(text.back()))
+        text.remove_suffix(1);
 }
 
-void AnIni2::processLeftBracket(State& state, std::wstring& section, std::wstring& value, wchar_t c,
-                                int line) const {
+void AnIni2::processLeftBracket(State& state, std::wstring_view& section, std::wstring_view& value,
+                                wchar_t const& c, int line) const {
     if (state == LineStart) {
-        section.clear();
+        section = {};
         state = InSection;
     } else if (state == InValue) {
-        value += c;
+        extend(value, &c, 1);
     } else {
         fail(state, L"Unexpected: '[' ", line);
     }
 }
 
-void AnIni2::processRightBracket(State& state, std::wstring& section, std::wstring& value, wchar_t c,
-                                 int line) const {
+void AnIni2::processRightBracket(State& state, std::wstring_view& section, std::wstring_view& value,
+                                 wchar_t const& c, int line) const {
     if (state == InSection && section.empty()) {
         fail(state, L"Unexpected: empty section ", line);
     } else if (state == InSection) {
@@ -266,28 +275,28 @@ void AnIni2::processRightBracket(State& state, std::wstring& section, std::wstri
         removeTrailingWhiteSpace(section);
         state = LineStart;
     } else if (state == InValue) {
-        value += c;
+        extend(value, &c, 1);
     } else {
         fail(state, L"Unexpected: ']' ", line);
     }
 }
 
-void AnIni2::processEqualSign(State& state, std::wstring& key, std::wstring& value, wchar_t c,
-                              int line) const {
+void AnIni2::processEqualSign(State& state, std::wstring_view& key, std::wstring_view& value,
+                              wchar_t const& c, int line) const {
     if (state == InKey) {
-        value.clear();
+        value = {};
         removeLeadingWhiteSpace(key);
         removeTrailingWhiteSpace(key);
         state = InValue;
     } else if (state == InValue) {
-        value += c;
+        extend(value, &c, 1);
     } else {
         fail(state, L"Unexpected: '=' ", line);
     }
 }
 
-void AnIni2::processEOL(State& state, std::wstring& section, std::wstring& key, std::wstring& value,
-                        int line) {
+void AnIni2::processEOL(State& state, std::wstring_view section, std::wstring_view key,
+                        std::wstring_view& value, int line) {
     if (state == InValue)
         processEOF(state, section, key, value);
     else if (state == InComment)
@@ -296,23 +305,23 @@ void AnIni2::processEOL(State& state, std::wstring& section, std::wstring& key, 
         fail(state, L"Unexpected: new line ", line);
 }
 
-void AnIni2::processDefault(State& state, std::wstring& section, std::wstring& key, std::wstring& value,
-                            wchar_t c) {
+void AnIni2::processDefault(State& state, std::wstring_view& section, std::wstring_view& key,
+                            std::wstring_view& value, wchar_t const& c) {
     switch (state) {
     case LineStart:
         if (!isWhiteSpace(c)) {
-            key.assign(1, c);
+            key = {&c, 1};
             state = InKey;
         }
         break;
     case InSection:
-        section += c;
+        extend(section, &c, 1);
         break;
     case InKey:
-        key += c;
+        extend(key, &c, 1);
         break;
     case InValue:
-        value += c;
+        extend(value, &c, 1);
         break;
     case InComment:
     case Failed:
@@ -320,7 +329,8 @@ void AnIni2::processDefault(State& state, std::wstring& section, std::wstring& k
     }
 }
 
-void AnIni2::processEOF(State& state, std::wstring& section, std::wstring& key, std::wstring& value) {
+void AnIni2::processEOF(State& state, std::wstring_view section, std::wstring_view key,
+                        std::wstring_view& value) {
     if (state != InValue)
         return;
     removeLeadingWhiteSpace(value);

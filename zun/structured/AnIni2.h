@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace orvane_com::file::ini {
 
@@ -82,24 +83,27 @@ private:
     void initialize();
     bool parse();
     bool readText(AString& text) const;
-    void insert(std::wstring const& section, std::wstring const& key, std::wstring const& value);
+    void insert(std::wstring_view section, std::wstring_view key, std::wstring_view value);
 
-    static void removeLeadingWhiteSpace(std::wstring& text);
-    static void removeTrailingWhiteSpace(std::wstring& text);
+    static void removeLeadingWhiteSpace(std::wstring_view& text);
+    static void removeTrailingWhiteSpace(std::wstring_view& text);
 
-    // What the parser does with a character, or at the end, in each state.
-    void processLeftBracket(State& state, std::wstring& section, std::wstring& value, wchar_t c,
-                            int line) const;
-    void processRightBracket(State& state, std::wstring& section, std::wstring& value, wchar_t c,
-                             int line) const;
-    void processEqualSign(State& state, std::wstring& key, std::wstring& value, wchar_t c, int line) const;
-    void processEOL(State& state, std::wstring& section, std::wstring& key, std::wstring& value, int line);
-    static void processDefault(State& state, std::wstring& section, std::wstring& key, std::wstring& value,
-                               wchar_t c);
-    void processEOF(State& state, std::wstring& section, std::wstring& key, std::wstring& value);
+    // What the parser does with a character of the text, or at its end, in each state. Section, key and value
+    // are parts of the text: a character that is added to one stands right behind it.
+    void processLeftBracket(State& state, std::wstring_view& section, std::wstring_view& value,
+                            wchar_t const& c, int line) const;
+    void processRightBracket(State& state, std::wstring_view& section, std::wstring_view& value,
+                             wchar_t const& c, int line) const;
+    void processEqualSign(State& state, std::wstring_view& key, std::wstring_view& value, wchar_t const& c,
+                          int line) const;
+    void processEOL(State& state, std::wstring_view section, std::wstring_view key, std::wstring_view& value,
+                    int line);
+    static void processDefault(State& state, std::wstring_view& section, std::wstring_view& key,
+                               std::wstring_view& value, wchar_t const& c);
+    void processEOF(State& state, std::wstring_view section, std::wstring_view key, std::wstring_view& value);
     void fail(State& state, wchar_t const* reason, int line) const;
 
-    std::unique_ptr<IniSettings> const m_settings;
+    std::unique_ptr<IniSettings> m_settings;
     bool m_modified = false;
     bool m_parsed = false;
 };

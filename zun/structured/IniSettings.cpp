@@ -1,37 +1,46 @@
 #include <zun/structured/IniSettings.h>
 
 #include <algorithm>
-#include <limits>
-#include <stdexcept>
+#include <bit>
+#include <functional>
 
 namespace {
-
-constexpr std::size_t smallestTable = 16;
 
 std::size_t hashOf(std::wstring_view text) {
     return std::hash<std::wstring_view>()(text);
 }
 
-std::size_t combine(std::size_t sectionHash, std::size_t keyHash) {
+/// The part of both hashes that an entry keeps.
+std::uint32_t combine(std::size_t sectionHash, std::size_t keyHash) {
     constexpr std::size_t oddFactor = 31;
-    return sectionHash * oddFactor + keyHash;
+    return static_cast<std::uint32_t>(sectionHash * oddFactor + keyHash);
 }
 
-/// So much of a hash as a slot keeps.
-std::uint32_t shortened(std::size_t hash) {
-    return static_cast<std::uint32_t>(hash);
+std::size_t tableSizeFor(std::size_t settings) {
+    constexpr std::size_t smallest = 16;
+    return std::max(smallest, std::bit_ceil(settings / 3 * 4));
 }
 
 } // namespace
 
-std::wstring_view IniSettings::keyOf(Entry const& entry) const {
-    return std::wstring_view(m_text).substr(entry.begin, entry.keySize);
+IniSettings::IniSettings(std::wstring text)
+    : m_text(std::move(text)),
+      m_table(tableSizeFor(static_cast<std::size_t>(std::count(m_text.begin(), m_text.end(), L'=')))) {}
+
+bool IniSettings::liesInText(std::wstring_view part) const {
+    std::less_equal<wchar_t const*> const isNotAfter;
+    return isNotAfter(m_text.data(), part.data()) &&
+           isNotAfter(part.data() + part.size(), m_text.data() + m_text.size());
 }
 
-std::wstring_view IniSettings::valueOf(Entry const& entry) const {
-    if (entry.replacement)
-        return *entry.replacement;
-    return std::wstring_view(m_text).substr(entry.begin + entry.keySize, entry.valueSize);
+void IniSettings::setValue(Entry& entry, std::wstring_view value) const {
+    if (liesInText(value)) {
+        entry.value = value;
+        entry.ownValue.reset();
+    } else {
+        entry.ownValue = std::make_unique<std::wstring const>(value);
+        entry.value = *entry.ownValue;
+    }
 }
 
 std::uint32_t IniSettings::sectionOf(std::wstring_view name) {
@@ -46,73 +55,64 @@ std::uint32_t IniSettings::sectionOf(std::wstring_view name) {
     return m_lastSection = found->second;
 }
 
-std::size_t IniSettings::findSlot(std::size_t hash, std::wstring_view section, std::wstring_view key) const {
-    std::size_t const mask = m_slots.size() - 1;
+std::size_t IniSettings::findPlace(std::uint32_t hash, std::wstring_view section,
+                                   std::wstring_view key) const {
+    std::size_t const mask = m_table.size() - 1;
     std::size_t at = hash & mask;
-    for (; m_slots[at].entry != 0; at = (at + 1) & mask) {
-        if (m_slots[at].hash != shortened(hash))
-            continue;
-        Entry const& entry = m_entries[m_slots[at].entry - 1];
-        if (keyOf(entry) == key && m_sections[entry.section].name == section)
+    for (; !m_table[at].isFree(); at = (at + 1) & mask) {
+        Entry const& entry = m_table[at];
+        if (entry.hash == hash && entry.key == key && m_sections[entry.section].name == section)
             break;
     }
     return at;
 }
 
 void IniSettings::grow() {
-    if (m_entries.size() == std::numeric_limits<std::uint32_t>::max())
-        throw std::length_error("too many settings");
-    if (m_slots.size() >= (m_entries.size() + 1) * 2)
+    if (m_count < m_table.size() / 4 * 3)
         return;
-    std::vector<Slot> slots(std::max(smallestTable, m_slots.size() * 2));
-    std::size_t const mask = slots.size() - 1;
-    for (Slot const& slot : m_slots) {
-        if (slot.entry == 0)
+    std::vector<Entry> table(m_table.size() * 2);
+    std::size_t const mask = table.size() - 1;
+    for (Entry& entry : m_table) {
+        if (entry.isFree())
             continue;
-        std::size_t at = slot.hash & mask;
-        while (slots[at].entry != 0)
+        std::size_t at = entry.hash & mask;
+        while (!table[at].isFree())
             at = (at + 1) & mask;
-        slots[at] = slot;
+        table[at] = std::move(entry);
     }
-    m_slots.swap(slots);
+    m_table.swap(table);
 }
 
 bool IniSettings::insert(std::wstring_view section, std::wstring_view key, std::wstring_view value) {
     grow();
     std::uint32_t const sectionIndex = sectionOf(section);
-    std::size_t const hash = combine(m_sections[sectionIndex].hash, hashOf(key));
-    Slot& slot = m_slots[findSlot(hash, section, key)];
-    if (slot.entry != 0) {
-        Entry& entry = m_entries[slot.entry - 1];
-        if (valueOf(entry) == value)
+    std::uint32_t const hash = combine(m_sections[sectionIndex].hash, hashOf(key));
+    Entry& entry = m_table[findPlace(hash, section, key)];
+    if (!entry.isFree()) {
+        if (entry.value == value)
             return false;
-        entry.replacement = std::make_unique<std::wstring>(value);
+        setValue(entry, value);
         return true;
     }
-    m_entries.push_back({sectionIndex, m_text.size(), key.size(), value.size(), nullptr});
-    try {
-        m_text.append(key).append(value);
-    } catch (...) {
-        m_text.resize(m_entries.back().begin);
-        m_entries.pop_back();
-        throw;
-    }
-    slot = {shortened(hash), static_cast<std::uint32_t>(m_entries.size())};
+    setValue(entry, value);
+    entry.hash = hash;
+    entry.section = sectionIndex;
+    entry.key = liesInText(key) ? key : m_ownKeys.emplace_back(key);
+    ++m_count;
     return true;
 }
 
 std::optional<std::wstring_view> IniSettings::find(std::wstring_view section, std::wstring_view key) const {
-    if (m_slots.empty())
-        return std::nullopt;
-    Slot const slot = m_slots[findSlot(combine(hashOf(section), hashOf(key)), section, key)];
-    return slot.entry != 0 ? std::optional(valueOf(m_entries[slot.entry - 1])) : std::nullopt;
+    Entry const& entry = m_table[findPlace(combine(hashOf(section), hashOf(key)), section, key)];
+    return entry.isFree() ? std::nullopt : std::optional(entry.value);
 }
 
 std::vector<IniSettings::Setting> IniSettings::inOrder() const {
     std::vector<Setting> settings;
-    settings.reserve(m_entries.size());
-    for (Entry const& entry : m_entries)
-        settings.push_back({m_sections[entry.section].name, keyOf(entry), valueOf(entry)});
+    settings.reserve(m_count);
+    for (Entry const& entry : m_table)
+        if (!entry.isFree())
+            settings.push_back({m_sections[entry.section].name, entry.key, entry.value});
     std::sort(settings.begin(), settings.end(), [](Setting const& left, Setting const& right) {
         int const order = left.section.compare(right.section);
         return order != 0 ? order < 0 : left.key < right.key;

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <optional>
@@ -9,15 +10,19 @@
 #include <string_view>
 #include <vector>
 
-/// The settings of an INI file: values by section and key. A hash table over names that lie one after the
-/// other in one text: reading tens of thousands of settings takes a few allocations, and a look-up touches
-/// few lines of memory.
+/// The settings of an INI file: values by section and key, in a hash table over the file's text. Reading tens
+/// of thousands of settings takes a few allocations, and a look-up touches few lines of memory.
 class IniSettings {
 public:
-    /// Makes room for settings of so many characters together.
-    void reserve(std::size_t characters) { m_text.reserve(characters); }
+    /// None yet; `text` is what they will be read from, each with an equal sign.
+    explicit IniSettings(std::wstring text = {});
+    IniSettings(IniSettings const&) = delete;
+    IniSettings& operator=(IniSettings const&) = delete;
 
-    /// Adds the setting or replaces its value; false when it had that value.
+    std::wstring const& text() const { return m_text; }
+
+    /// Adds the setting or replaces its value; false when it had that value. Names and values that lie in
+    /// text() are not copied.
     bool insert(std::wstring_view section, std::wstring_view key, std::wstring_view value);
 
     /// Valid until the settings change.
@@ -37,32 +42,31 @@ private:
         std::size_t hash;
     };
     struct Entry {
-        std::uint32_t section;
-        /// In m_text, where the value follows the key.
-        std::size_t begin;
-        std::size_t keySize;
-        std::size_t valueSize;
-        /// Once the value was replaced.
-        std::unique_ptr<std::wstring> replacement;
-    };
-    /// Part of the hash, and an entry's index plus 1; 0 where there is none.
-    struct Slot {
+        bool isFree() const { return key.data() == nullptr; }
+
+        /// Part of the hash of section and key.
         std::uint32_t hash = 0;
-        std::uint32_t entry = 0;
+        std::uint32_t section = 0;
+        std::wstring_view key;
+        std::wstring_view value;
+        /// Holds a value that does not lie in the text.
+        std::unique_ptr<std::wstring const> ownValue;
     };
 
-    std::wstring_view keyOf(Entry const& entry) const;
-    std::wstring_view valueOf(Entry const& entry) const;
+    bool liesInText(std::wstring_view part) const;
+    void setValue(Entry& entry, std::wstring_view value) const;
     std::uint32_t sectionOf(std::wstring_view name);
-    /// The setting's slot, or the free one that it would get.
-    std::size_t findSlot(std::size_t hash, std::wstring_view section, std::wstring_view key) const;
+    /// Where the setting is in the table, or the free place that it would get.
+    std::size_t findPlace(std::uint32_t hash, std::wstring_view section, std::wstring_view key) const;
     void grow();
 
-    std::wstring m_text;
+    std::wstring const m_text;
+    /// The keys that do not lie in the text.
+    std::deque<std::wstring> m_ownKeys;
     std::vector<Section> m_sections;
     std::map<std::wstring, std::uint32_t, std::less<>> m_sectionByName;
     std::uint32_t m_lastSection = 0;
-    std::vector<Entry> m_entries;
-    /// A power of two of them, at least twice the entries.
-    std::vector<Slot> m_slots;
+    std::size_t m_count = 0;
+    /// A power of two of them, at least a quarter free.
+    std::vector<Entry> m_table;
 };
