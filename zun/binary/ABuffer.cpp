@@ -69,6 +69,10 @@ bool ABuffer::tryToChangeSizeTo(unsigned long size) {
     return tryTo([&] { m_store.resize(size); }, size);
 }
 
+bool ABuffer::tryToReserve(unsigned long size) {
+    return tryTo([&] { m_store.reserve(size); }, size);
+}
+
 bool ABuffer::tryAllocate(unsigned long size, unsigned char const* source) {
     return tryTo([&] { allocate(size, source); }, size) && checkAllocation();
 }

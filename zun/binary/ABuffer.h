@@ -29,6 +29,9 @@ public:
 
     bool tryToChangeSizeTo(unsigned long size);
 
+    /// Makes the room that the buffer takes to grow to `size` bytes; contents and size stay.
+    bool tryToReserve(unsigned long size);
+
     /// allocate, without exceptions.
     bool tryAllocate(unsigned long size, unsigned char const* source = nullptr);
 

@@ -2,24 +2,19 @@
 #include <zun/files/CallTrace.h>
 #include <zun/text/ACharString.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
+#include <string_view>
 
 namespace {
 
 constexpr wchar_t const group[] = L"File";
 
-/// Holds a stream for several unlocked calls.
-class StreamLock {
-public:
-    explicit StreamLock(std::FILE* stream) : m_stream(stream) { flockfile(m_stream); }
-    StreamLock(StreamLock const&) = delete;
-    StreamLock& operator=(StreamLock const&) = delete;
-    ~StreamLock() { funlockfile(m_stream); }
-
-private:
-    std::FILE* m_stream;
-};
+/// Whether the byte is a character of its own in every locale.
+bool isPlain(char byte) {
+    return static_cast<signed char>(byte) > 0;
+}
 
 } // namespace
 
@@ -32,6 +27,9 @@ void AFile::close() {
         std::fclose(m_stream);
     m_stream = nullptr;
     m_path = L"";
+    m_lineTrace = L"";
+    m_lineBuffer.reset();
+    m_lineBufferSize = 0;
 }
 
 bool AFile::open(bool complainIfMissing, AString const& path) {
@@ -72,21 +70,32 @@ bool AFile::requireOpen() const {
 bool AFile::readLine(AString& line) {
     std::wstring& text = line.cpp_str();
     text.clear();
-    CallTrace const trace(group, L"getc", m_path);
+    if (m_lineTrace.size() == 0)
+        m_lineTrace = static_cast<wchar_t const*>(CallTrace::joined(L"getc", m_path));
+    ADetailTrace const trace(group, m_lineTrace);
     if (!requireOpen())
         return false;
-    StreamLock const lock(m_stream);
-    for (int c; (c = getc_unlocked(m_stream)) != EOF;) {
-        if (c == '\n')
-            return true;
-        if (c != 0 && c < 0x80) // a character of its own in every locale
-            text += static_cast<wchar_t>(c);
-        else
-            line << static_cast<char>(c);
-    }
-    if (logErrnoIf(group, std::ferror(m_stream) != 0))
+    char* buffer = m_lineBuffer.release();
+    ssize_t const length = getdelim(&buffer, &m_lineBufferSize, '\n', m_stream);
+    m_lineBuffer.reset(buffer);
+    if (length == -1) {
+        logErrnoIf(group, std::ferror(m_stream) || !std::feof(m_stream));
         return false;
-    return !text.empty();
+    }
+    std::string_view bytes(buffer, static_cast<std::size_t>(length));
+    bool const terminated = bytes.ends_with('\n');
+    if (terminated)
+        bytes.remove_suffix(1);
+    if (std::all_of(bytes.begin(), bytes.end(), isPlain)) {
+        text.resize(bytes.size());
+        std::copy(bytes.begin(), bytes.end(), text.begin());
+    } else {
+        for (char const byte : bytes)
+            line << byte;
+    }
+    if (terminated)
+        return true;
+    return !logErrnoIf(group, std::ferror(m_stream) != 0) && !text.empty();
 }
 
 bool AFile::writeLine(AString const& line) {
@@ -119,14 +128,21 @@ bool AFile::read(ABuffer& into) {
     if (logErrnoIf(group, size == -1) || !seekBegin())
         return false;
     auto const wanted = static_cast<unsigned long>(size);
-    if (!into.tryAllocate(wanted))
+    if (!into.tryToReserve(wanted))
         return false;
+    into.shrinkTo(wanted);
     trace.change(L"fread", m_path);
     errno = EIO; // what a file that has become shorter is reported as
-    if (std::fread(into.cpp_str().data(), 1, wanted, m_stream) == wanted)
-        return into.checkAllocation();
-    logErrno(group);
-    return false;
+    for (unsigned long done = 0; done < wanted; done = into.size()) {
+        // Growing in pieces: they are still in the processor's cache when they are read into.
+        constexpr unsigned long piece = 256 * 1024;
+        if (done == into.size() && !into.tryExpandBy(std::min(piece, wanted - done)))
+            return false;
+        unsigned long const count = into.size() - done;
+        if (logErrnoIf(group, std::fread(into.cpp_str().data() + done, 1, count, m_stream) != count))
+            return false;
+    }
+    return into.checkAllocation();
 }
 
 bool AFile::writeBytes(unsigned char const* bytes, unsigned long count) {

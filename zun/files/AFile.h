@@ -4,7 +4,10 @@
 #include <zun/binary/ABuffer.h>
 #include <zun/text/AString.h>
 
+#include <cstddef>
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 
 /// Owns one stdio stream on a file. The result of every operation is whether it succeeded; a failure is
 /// logged under "File", with the call and the path in the trace. Paths and lines are converted as ACharString
@@ -58,10 +61,16 @@ public:
     static bool write(AString const& path, ABuffer const& data);
 
 private:
-    bool openStream(AString const& path, wchar_t const* mode);
+    struct FreeBuffer {
+        void operator()(char* buffer) const { std::free(buffer); }
+    };
+
     bool requireOpen() const;
     bool writeBytes(unsigned char const* bytes, unsigned long count);
 
     std::FILE* m_stream = nullptr;
     AString m_path;
+    AString m_lineTrace;
+    std::unique_ptr<char, FreeBuffer> m_lineBuffer;
+    std::size_t m_lineBufferSize = 0;
 };

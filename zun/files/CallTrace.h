@@ -15,7 +15,6 @@ public:
         set(joined(items...), true);
     }
 
-private:
     template <typename... Items>
     static AStringList joined(Items const&... items) {
         AStringList list(L",", false);
