@@ -8,35 +8,14 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
-#include <new>
 #include <stdexcept>
+#include <tests/linux/AllocationCount.h>
 #include <tests/support/LogCapture.h>
 #include <thread>
 
 using namespace orvane_com::zun::logger;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
-
-thread_local long allocations = 0;
-
-} // namespace
-
-// NOLINTBEGIN(cppcoreguidelines-owning-memory): counts what the program allocates.
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* const room = std::malloc(size))
-        return room;
-    throw std::bad_alloc();
-}
-void operator delete(void* room) noexcept {
-    std::free(room);
-}
-void operator delete(void* room, std::size_t) noexcept {
-    std::free(room);
-}
-// NOLINTEND(cppcoreguidelines-owning-memory)
 
 namespace {
 
@@ -112,14 +91,14 @@ TEST(LogTest, ReportsBelowTheMinimumLevelAllocateNothing) {
     setLogLevelDetailed(false);
     EXPECT_FALSE(isDetailLoggingEnabled());
     std::wstring const message(1000, L'x');
-    long const before = allocations;
+    long const before = allocationCount();
     logDetail(L"a group with a long name", message.c_str());
     logResult(L"a group with a long name", message.c_str());
-    EXPECT_EQ(allocations, before);
+    EXPECT_EQ(allocationCount(), before);
     setLogging(false);
     setLogging(true);
     logInternalError(L"a group with a long name", message.c_str());
-    EXPECT_EQ(allocations, before);
+    EXPECT_EQ(allocationCount(), before);
     EXPECT_THAT(log.takeLines(), IsEmpty());
     setLogLevelDetailed(true);
     EXPECT_TRUE(isDetailLoggingEnabled());
@@ -128,10 +107,10 @@ TEST(LogTest, ReportsBelowTheMinimumLevelAllocateNothing) {
 TEST(LogTest, AcceptedReportsAllocateNothingOnceWarm) {
     LogCapture log;
     logInfo(L"A", L"warm");
-    long const before = allocations;
+    long const before = allocationCount();
     logInfo(L"a group with a long name", L"a message");
     logInternalError(L"a group with a long name", L"a message");
-    EXPECT_EQ(allocations, before);
+    EXPECT_EQ(allocationCount(), before);
 }
 
 TEST(LogTest, SizeAndBackupsArePassedOn) {
