@@ -31,7 +31,7 @@ Workspace::~Workspace() {
 }
 
 void Workspace::installProducts() const {
-    std::filesystem::copy(SAMPLE_PRODUCT_DIRECTORY "/etc", helper::toNarrow(configurationDirectory()),
+    std::filesystem::copy(SAMPLE_PRODUCT_DIRECTORY, helper::toNarrow(configurationDirectory()),
                           std::filesystem::copy_options::recursive);
     std::filesystem::create_directories(helper::toNarrow(installLocation() + L"/scratch"));
 
