@@ -241,6 +241,7 @@ TEST_F(UnixLockTest, GuardsReleaseWhatTheyHold) {
         EXPECT_FALSE(writer.unlock());
         EXPECT_FALSE(writer.unlock()) << "still held";
     }
+    EXPECT_FALSE(exists(lockFile));
     UnixLock const observer("agent");
     { EXPECT_TRUE(InterProcessWriteLock("agent").lock(0)); }
     { EXPECT_TRUE(InterProcessReadLock("agent").lock(0)); }

@@ -1,35 +1,29 @@
 #include <zun/lock/CReadWriteSync.h>
 
-// All that a hold costs while nobody waits is one atomic operation on m_state:
+// While nobody has to wait, taking or giving back a hold is one atomic operation on m_state:
 //
 //   writerActive    a writer holds the lock
 //   writersWaiting  m_waitingWriters is not 0
 //   stage           flips when waiting readers get the lock
-//   the low bits    read holds and waiting readers
+//   the low bits    how many readers hold the lock or wait for it
 //
-// A "writer stage" is the time in which one of the two writer bits is set. The bits, the stage and the two
-// counters change under m_mutex, except that a writer comes to, or leaves, an otherwise untouched lock by one
-// exchange.
+// All but the low bits, and the two counters, change under m_mutex only, except that a writer takes a lock
+// that nobody holds, and leaves one that nobody waits for, by one exchange.
 //
-// - Readers count themselves first and look at what they found: no writer bit, and they hold the lock.
-// Otherwise
-//   they wait until the stage has flipped. The writer that flips it, in clearing the last writer bit, thereby
-//   makes holders of exactly those who came in its stage: a reader counts and learns the stage in one
-//   operation. One bit tells stages apart, for the next one cannot end before they have left.
-// - A writer that begins a stage by waiting finds in the same operation how many hold the lock: m_departing.
-// Each of
-//   those sees a writer bit when it leaves and counts itself off m_departing under the mutex; readers that
-//   come later are not among them. A writer goes in at m_departing 0 with writerActive clear. A stage that a
-//   writer begins by going in at once has nobody departing.
-// - No wake-up is lost: what a waiter waits for, m_departing, writerActive and stage, comes about under the
-// mutex,
-//   and is signalled under it. An exchange that leaves a lock which somebody waits for fails.
-// - Nobody touches the object after an atomic operation or an unlocking of the mutex that another one may go
-// on: a
-//   reader seen by a writer leaves under the mutex, and so does a writer seen by anybody.
-// - Every operation on m_state is a read-modify-write, so that an acquiring one sees what was done in all
-// holds
-//   released before it.
+// - A reader counts itself and looks at what it found in the same operation. Without a writer bit it holds
+//   the lock. Otherwise it waits for the stage to flip: the last writer flips it and clears its bit in one
+//   operation, which makes holders of exactly the readers counted until then. One bit tells the stages apart,
+//   because the next flip takes a writer, which gets in only when those readers have left.
+// - The first writer that has to wait finds, in the operation that sets its bit, how many readers hold the
+//   lock: m_departing. When they leave they see the bit and count themselves off under the mutex; readers
+//   that come later wait and are not among them. A writer may go in when m_departing is 0 and no writer is
+//   active.
+// - No wake-up is lost: what a thread waits for becomes true under the mutex, followed by the signal, and the
+//   exchange that leaves the lock fails when anybody waits.
+// - The object may be destroyed once nobody is inside: an unlock ends with the operation that lets others go
+//   on. Where that is the unlocking of the mutex, they are inside and have yet to lock it.
+// - m_state changes by read-modify-write operations only, so that one that acquires sees all that was done
+//   under the holds given back before it.
 
 namespace {
 

@@ -131,19 +131,25 @@ int obtainSet(key_t key) {
     return set;
 }
 
+/// -1 when there is none.
+int findSet(std::string const& path) {
+    key_t const key = ftok(path.c_str(), projectId);
+    return key == -1 ? -1 : semget(key, semaphoreCount, ownerMayReadAndWrite);
+}
+
+/// Leaves a file that has been made anew for another set.
+void removeFileWithoutSet(std::string const& path) {
+    if (findSet(path) == -1)
+        unlink(path.c_str());
+}
+
 void removeIfUnused(int set, std::string const& path) {
     if (semctl(set, referenceCount, GETVAL) != 0)
         return;
     if (semctl(set, 0, IPC_RMID) == -1)
         logDetail(group, L"Failed to delete the semaphore on 0 refrence count");
     else
-        unlink(path.c_str());
-}
-
-/// -1 when there is none.
-int findSet(std::string const& path) {
-    key_t const key = ftok(path.c_str(), projectId);
-    return key == -1 ? -1 : semget(key, semaphoreCount, ownerMayReadAndWrite);
+        removeFileWithoutSet(path);
 }
 
 } // namespace
@@ -175,10 +181,14 @@ UnixLock::UnixLock(std::string const& name) {
 UnixLock::~UnixLock() {
     helper::FileLock const fileLock(m_path, ownerMayReadAndWrite);
     bool const mayRemove = fileLock.isHeld() || errno == ENOENT; // no directory, so no new users
-    if (!operate(m_id, {add(referenceCount, -1, wait)}))
+    if (operate(m_id, {add(referenceCount, -1, wait)})) {
+        if (mayRemove)
+            removeIfUnused(m_id, m_path);
+    } else {
         logNarrowError("Failed to decrease the refrence count " + m_path);
-    else if (mayRemove)
-        removeIfUnused(m_id, m_path);
+        if (mayRemove)
+            removeFileWithoutSet(m_path);
+    }
 }
 
 bool UnixLock::tryReadLock() {
@@ -229,9 +239,8 @@ void UnixLock::cleanSemaphore(std::string const& name) {
     if (!fileLock.isHeld())
         return;
     int const set = findSet(path);
-    // Whoever removed the set meanwhile removed the file, too: this one is what the lock has made anew.
     if (set == -1 || semctl(set, 0, IPC_RMID) != -1)
-        unlink(path.c_str());
+        removeFileWithoutSet(path);
 }
 
 } // namespace orvane_com::zun::lock
