@@ -1,0 +1,153 @@
+#include <zun/files/AFile.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <filesystem>
+#include <string>
+#include <tests/support/LogCapture.h>
+#include <tests/support/OpenDescriptors.h>
+#include <tests/support/TemporaryDirectory.h>
+#include <vector>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+unsigned char const* bytes(char const* text) {
+    return reinterpret_cast<unsigned char const*>(text);
+}
+
+class AFileTest : public testing::Test {
+protected:
+    AString path(char const* name) { return m_directory.wideFile(name); }
+
+    std::vector<std::wstring> linesOf(std::string const& contents) {
+        writeFile(m_directory.file("lines"), contents);
+        std::vector<std::wstring> lines;
+        EXPECT_TRUE(m_file.open(true, path("lines")));
+        AString line(L"old");
+        while (m_file.readLine(line))
+            lines.push_back(line);
+        EXPECT_EQ(line, L"");
+        return lines;
+    }
+
+    TemporaryDirectory m_directory;
+    LogCapture m_log;
+    AFile m_file;
+};
+
+TEST_F(AFileTest, MissingFileIsLoggedOnDemand) {
+    EXPECT_FALSE(m_file.open(false, path("missing")));
+    EXPECT_THAT(m_log.takeLinesAboveDebug(), IsEmpty());
+    EXPECT_FALSE(m_file.open(true, path("missing")));
+    EXPECT_THAT(
+        m_log.takeLinesAboveDebug(),
+        ElementsAre("[File] [E] Error trace:", "[File] [E]  [fopen,r," + m_directory.file("missing") + "]->",
+                    "[File] [E]   No such file or directory"));
+    writeFile(m_directory.file("file"), "");
+    EXPECT_FALSE(m_file.open(false, path("file/below")));
+    EXPECT_THAT(m_log.takeLinesAboveDebug(), testing::Contains(EndsWith("Not a directory")));
+    EXPECT_FALSE(m_file.openWrite(path("none/file"), true));
+    EXPECT_THAT(m_log.takeLinesAboveDebug(), testing::Contains(HasSubstr("fopen,a,")));
+}
+
+TEST_F(AFileTest, ReadsLines) {
+    EXPECT_THAT(linesOf(""), IsEmpty());
+    EXPECT_THAT(linesOf("a\nb"), ElementsAre(L"a", L"b"));
+    EXPECT_THAT(linesOf("a\n"), ElementsAre(L"a"));
+    EXPECT_THAT(linesOf("\n\nx"), ElementsAre(L"", L"", L"x"));
+    EXPECT_THAT(linesOf("x\r\n"), ElementsAre(L"x\r"));
+    EXPECT_THAT(linesOf(std::string(100'000, 'y') + "\nz\n"), ElementsAre(std::wstring(100'000, L'y'), L"z"));
+    EXPECT_THAT(m_log.takeLinesAboveDebug(), IsEmpty());
+    // Each byte of "\u00e4" by itself is no character, and neither is the byte 0.
+    ASSERT_TRUE(std::setlocale(LC_ALL, "C.UTF-8"));
+    EXPECT_THAT(linesOf("\xc3\xa4"), ElementsAre(std::wstring(2, L'\0')));
+    EXPECT_THAT(linesOf(std::string("a\0b", 3)), ElementsAre(std::wstring(L"a\0b", 3)));
+    EXPECT_THAT(m_log.takeLinesAboveDebug(),
+                testing::Contains(EndsWith("couldn't convert a wide character")).Times(3));
+}
+
+TEST_F(AFileTest, NamesAndLinesInTheLocale) {
+    ASSERT_TRUE(std::setlocale(LC_ALL, "C.UTF-8"));
+    AString const name = path("a 'b' \"c\" *? [d] \xc3\xa4\xe2\x82\xac");
+    EXPECT_TRUE(m_file.openAlways(name));
+    EXPECT_TRUE(m_file.writeLine(L"\x20ac"));
+    m_file.close();
+    EXPECT_TRUE(m_file.openWrite(name, true));
+    EXPECT_TRUE(m_file.writeLine(L""));
+    EXPECT_EQ(readFile(m_directory.file("a 'b' \"c\" *? [d] \xc3\xa4\xe2\x82\xac")), "\xe2\x82\xac\n\n");
+    EXPECT_TRUE(m_file.openAlways(name));
+    EXPECT_EQ(readFile(m_directory.file("a 'b' \"c\" *? [d] \xc3\xa4\xe2\x82\xac")), "");
+}
+
+TEST_F(AFileTest, WholeFilesAreByteExact) {
+    std::string contents(700'001, '\0');
+    for (std::size_t i = 0; i < contents.size(); ++i)
+        contents[i] = static_cast<char>(i * 31 >> 3);
+    ABuffer const data(contents.size(), bytes(contents.data()));
+    EXPECT_TRUE(AFile::write(path("whole"), data));
+    for (std::size_t const before : {std::size_t{0}, std::size_t{300'000}, std::size_t{900'000}}) {
+        ABuffer buffer(before, nullptr);
+        EXPECT_TRUE(AFile::read(true, path("whole"), buffer));
+        EXPECT_TRUE(buffer.cpp_str() == contents);
+    }
+    ABuffer buffer("old");
+    EXPECT_FALSE(AFile::read(false, path("missing"), buffer));
+    EXPECT_EQ(buffer.cpp_str(), "old");
+    EXPECT_TRUE(AFile::write(path("whole"), nullptr, 0));
+    EXPECT_TRUE(AFile::read(true, path("whole"), buffer));
+    EXPECT_EQ(buffer.size(), 0u);
+
+    EXPECT_TRUE(AFile::write(path("whole"), bytes("abc\n"), 4));
+    AString line;
+    EXPECT_TRUE(m_file.open(true, path("whole")));
+    EXPECT_TRUE(m_file.readLine(line));
+    EXPECT_TRUE(m_file.read(buffer));
+    EXPECT_EQ(buffer.cpp_str(), "abc\n");
+    EXPECT_TRUE(m_file.seek(SEEK_CUR));
+    EXPECT_FALSE(m_file.readLine(line));
+    EXPECT_TRUE(m_file.seekBegin());
+    EXPECT_TRUE(m_file.readLine(line));
+    EXPECT_EQ(line, L"abc");
+}
+
+TEST_F(AFileTest, FaultsAreReportedByTheCallThatMeetsThem) {
+    std::ptrdiff_t const before = openDescriptors();
+    ABuffer buffer;
+    AString line;
+    auto const expectLogged = [&](bool result, std::string const& call, std::string const& error) {
+        EXPECT_FALSE(result);
+        EXPECT_THAT(m_log.takeLinesAboveDebug(),
+                    ElementsAre("[File] [E] Error trace:", HasSubstr(call), "[File] [E]   " + error));
+    };
+    if (std::filesystem::exists("/dev/full")) {
+        EXPECT_TRUE(m_file.openAlways(L"/dev/full"));
+        expectLogged(m_file.write(bytes("abc"), 3), "fwrite,3,/dev/full", "No space left on device");
+        EXPECT_FALSE(m_file.writeLine(L"x"));
+        m_log.takeLines();
+    }
+    EXPECT_TRUE(m_file.openAlways(path("file")));
+    expectLogged(m_file.readLine(line), "getc," + m_directory.file("file"), "Bad file descriptor");
+    expectLogged(m_file.write(bytes("abc"), -1), "fwrite,-1", "Invalid argument");
+    EXPECT_TRUE(m_file.open(true, path("file")));
+    expectLogged(m_file.write(ABuffer("abc")), "fwrite,3", "Bad file descriptor");
+    m_file.open(true, path(""));
+    EXPECT_FALSE(m_file.readLine(line));
+    EXPECT_FALSE(m_file.read(buffer));
+    EXPECT_FALSE(AFile::write(path(""), buffer));
+    m_file.close();
+    m_log.takeLines();
+    EXPECT_FALSE(m_file.isOpen());
+    expectLogged(m_file.seekBegin(), "fseek,0,", "Bad file descriptor");
+    EXPECT_FALSE(m_file.readLine(line) || m_file.writeLine(line) || m_file.read(buffer) ||
+                 m_file.write(buffer));
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+} // namespace

@@ -1,0 +1,5 @@
+#include <zun/Api.h>
+
+extern "C" ZUN_API int loadableAnswer() {
+    return 42;
+}
