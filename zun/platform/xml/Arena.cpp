@@ -30,7 +30,7 @@ std::byte* endOf(Slice const& slice) {
 
 void Arena::startChunk(std::size_t bytes) {
     std::size_t const size = std::max(bytes, m_nextChunk);
-    m_chunks.emplace_back(new std::byte[size]);
+    m_chunks.push_back(allocateBlock(size));
     m_top = m_chunks.back().get();
     m_end = m_top + size;
     m_nextChunk = std::min(2 * m_nextChunk, largestChunk);
@@ -39,7 +39,7 @@ void Arena::startChunk(std::size_t bytes) {
 std::byte* Arena::allocatePiece(std::size_t& bytes) {
     bytes = aligned(bytes);
     if (bytes > largestPiece) {
-        m_large.emplace_back(new std::byte[bytes]);
+        m_large.push_back(allocateBlock(bytes));
         return m_large.back().get();
     }
     if (m_reuses) {

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <zun/platform/xml/AdvXMLParser.h>
+#include <zun/platform/xml/Block.h>
 
 #include <array>
 #include <cstddef>
-#include <memory>
 #include <vector>
 
 namespace AdvXMLParser {
@@ -38,7 +38,7 @@ public:
 
 private:
     static constexpr std::size_t firstChunk = 2048;
-    static constexpr std::size_t largestChunk = 1024 * 1024;
+    static constexpr std::size_t largestChunk = 2 * 1024 * 1024;
     /// Greater pieces are allocated and freed by themselves.
     static constexpr std::size_t largestPiece = 64 * 1024;
 
@@ -53,8 +53,8 @@ private:
     std::byte* m_top = nullptr;
     std::byte* m_end = nullptr;
     std::size_t m_nextChunk = firstChunk;
-    std::vector<std::unique_ptr<std::byte[]>> m_chunks;
-    std::vector<std::unique_ptr<std::byte[]>> m_large;
+    std::vector<Block> m_chunks;
+    std::vector<Block> m_large;
     /// By the binary logarithm of the least size that a list holds.
     std::array<Free*, 17> m_free{};
     bool m_reuses = false;

@@ -1,5 +1,6 @@
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/platform/xml/AdvXMLParser.h>
+#include <zun/platform/xml/Block.h>
 #include <zun/platform/xml/Tree.h>
 #include <zun/platform/xml/Unicode.h>
 
@@ -33,6 +34,37 @@ ExpatParser makeExpatParser() {
         throw std::bad_alloc();
     return parser;
 }
+
+/// A wide text in UTF-8. What is no character in it is none in UTF-8 either: it is Expat's to find.
+class Utf8Text {
+public:
+    explicit Utf8Text(std::wstring_view text) : m_capacity(text.size() + text.size() / 8 + 4 * part) {
+        m_bytes = allocateBlock(m_capacity);
+        for (; !text.empty(); text.remove_prefix(std::min(part, text.size()))) {
+            if (m_capacity - m_size < 4 * part)
+                grow();
+            m_size = static_cast<std::size_t>(encodeUtf8(text.substr(0, part), begin() + m_size) - begin());
+        }
+    }
+
+    std::string_view view() const { return {begin(), m_size}; }
+
+private:
+    static constexpr std::size_t part = 4096;
+
+    char* begin() const { return reinterpret_cast<char*>(m_bytes.get()); }
+
+    void grow() {
+        Block greater = allocateBlock(2 * m_capacity);
+        std::memcpy(greater.get(), m_bytes.get(), m_size);
+        m_bytes = std::move(greater);
+        m_capacity *= 2;
+    }
+
+    std::size_t m_capacity;
+    std::size_t m_size = 0;
+    Block m_bytes;
+};
 
 /// The names of a document in wide text, each as a rule once: few different ones make up most of it.
 class NameCache {
@@ -309,13 +341,11 @@ private:
 };
 
 Document* Parser::Parse(wchar_t const* text, std::size_t length) {
-    // NULs, and the bytes that stand for elements which are no characters, are Expat's to find and to report.
-    std::string utf8;
-    appendUtf8(utf8, {text, length});
-    if (utf8.size() > INT_MAX)
+    Utf8Text const utf8({text, length});
+    if (utf8.view().size() > INT_MAX)
         throw ParsingException(1, 1, L"text exceeds 2 GiB");
     auto tree = std::make_unique<Tree>();
-    TreeBuilder(*tree, utf8).run();
+    TreeBuilder(*tree, utf8.view()).run();
     return new Document(std::move(tree));
 }
 
@@ -333,7 +363,8 @@ bool isName(std::wstring_view name) {
     if (std::all_of(name.begin(), name.end(), [](wchar_t character) { return character < 0x80; }))
         return true;
     std::string document = "<";
-    appendUtf8(document, name);
+    if (!appendUtf8(document, name))
+        return false;
     document += "/>";
     ExpatParser const expat = makeExpatParser();
     return XML_Parse(expat.get(), document.data(), static_cast<int>(document.size()), XML_TRUE) ==

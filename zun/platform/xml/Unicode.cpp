@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 namespace AdvXMLParser {
 
@@ -36,7 +37,28 @@ bool isAscii(char const* bytes) {
 template <typename To, typename From>
 void copyAscii(From const* from, To* to) {
     for (std::size_t i = 0; i < stride; ++i)
-        to[i] = static_cast<To>(from[i]);
+        to[i] = static_cast<To>(static_cast<std::make_unsigned_t<From>>(from[i]));
+}
+
+/// Copies a whole stride and tells how many characters of it, from the first, are ASCII.
+std::size_t copyLeadingAscii(char const* from, wchar_t* to) {
+    copyAscii(from, to);
+    if (isAscii(from))
+        return stride;
+    return static_cast<std::size_t>(
+        std::find_if(from, from + stride,
+                     [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; }) -
+        from);
+}
+
+/// The valid character at `next`, which moves behind it.
+wchar_t decodeNonAscii(char const*& next) {
+    auto const first = static_cast<unsigned char>(*next);
+    if (first >= 0xE0)
+        return static_cast<wchar_t>(utf8::unchecked::next(next));
+    int const character = (first & 0x1F) << 6 | (static_cast<unsigned char>(next[1]) & 0x3F);
+    next += 2;
+    return static_cast<wchar_t>(character);
 }
 
 /// A whole number of `bytesEach` bytes, one code unit each.
@@ -52,54 +74,57 @@ char32_t unitAt(std::string_view bytes, std::size_t position, bool bigEndian) {
 
 } // namespace
 
-bool appendUtf8(std::string& utf8, std::wstring_view text) {
-    constexpr std::size_t block = 4096;
-    std::array<char, 4 * block> bytes;
-    bool valid = true;
-    utf8.reserve(utf8.size() + text.size());
-    while (!text.empty()) {
-        wchar_t const* next = text.data();
-        wchar_t const* const end = next + std::min(block, text.size());
-        text.remove_prefix(static_cast<std::size_t>(end - next));
-        char* out = bytes.data();
-        while (next != end) {
-            for (; static_cast<std::size_t>(end - next) >= stride && isAscii(next); next += stride) {
-                copyAscii(next, out);
-                out += stride;
-            }
-            wchar_t const* const pause = next + std::min(stride, static_cast<std::size_t>(end - next));
-            for (; next != pause; ++next) {
-                auto const character = static_cast<char32_t>(*next);
-                if (character < 0x80) {
-                    *out++ = static_cast<char>(character);
-                } else if (isScalarValue(*next)) {
-                    out = utf8::unchecked::append(character, out);
-                } else {
-                    *out++ = notUtf8;
-                    valid = false;
-                }
+char* encodeUtf8(std::wstring_view text, char* utf8) {
+    wchar_t const* next = text.data();
+    wchar_t const* const end = next + text.size();
+    while (next != end) {
+        for (; static_cast<std::size_t>(end - next) >= stride && isAscii(next); next += stride) {
+            copyAscii(next, utf8);
+            utf8 += stride;
+        }
+        wchar_t const* const pause = next + std::min(stride, static_cast<std::size_t>(end - next));
+        for (; next != pause; ++next) {
+            auto const character = static_cast<char32_t>(*next);
+            if (character < 0x80) {
+                *utf8++ = static_cast<char>(character);
+            } else if (character < 0x800) {
+                *utf8++ = static_cast<char>(0xC0 | character >> 6);
+                *utf8++ = static_cast<char>(0x80 | (character & 0x3F));
+            } else {
+                *utf8 = notUtf8;
+                utf8 = isScalarValue(*next) ? utf8::unchecked::append(character, utf8) : utf8 + 1;
             }
         }
-        utf8.append(bytes.data(), out);
     }
-    return valid;
+    return utf8;
+}
+
+bool appendUtf8(std::string& utf8, std::wstring_view text) {
+    if (!std::all_of(text.begin(), text.end(), isScalarValue))
+        return false;
+    utf8.reserve(utf8.size() + text.size());
+    std::array<char, 4 * 4096> bytes;
+    for (; !text.empty(); text.remove_prefix(std::min(text.size(), bytes.size() / 4)))
+        utf8.append(bytes.data(), encodeUtf8(text.substr(0, bytes.size() / 4), bytes.data()));
+    return true;
 }
 
 wchar_t* decodeValidUtf8(std::string_view utf8, wchar_t* wide) {
     char const* next = utf8.data();
     char const* const end = next + utf8.size();
     while (next != end) {
-        for (; static_cast<std::size_t>(end - next) >= stride && isAscii(next); next += stride) {
-            copyAscii(next, wide);
-            wide += stride;
+        while (static_cast<std::size_t>(end - next) >= stride) {
+            std::size_t const count = copyLeadingAscii(next, wide);
+            next += count;
+            wide += count;
+            if (count < stride)
+                break;
         }
-        char const* const pause = next + std::min(stride, static_cast<std::size_t>(end - next));
-        while (next < pause) {
-            if (static_cast<unsigned char>(*next) < 0x80)
+        while (next != end && static_cast<unsigned char>(*next) >= 0x80)
+            *wide++ = decodeNonAscii(next);
+        if (static_cast<std::size_t>(end - next) < stride)
+            while (next != end && static_cast<unsigned char>(*next) < 0x80)
                 *wide++ = static_cast<wchar_t>(*next++);
-            else
-                *wide++ = static_cast<wchar_t>(utf8::unchecked::next(next));
-        }
     }
     return wide;
 }

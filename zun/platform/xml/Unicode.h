@@ -7,8 +7,11 @@
 /// Between wide text and the encodings of Unicode, at the pace of whole documents.
 namespace AdvXMLParser {
 
-/// Appends the text in UTF-8. An element that is no Unicode scalar value becomes the byte FF, which no UTF-8
-/// text has, and makes the result false.
+/// Writes the text in UTF-8 to `utf8`, which has room for four bytes an element, and returns the end of what
+/// was written. An element that is no Unicode scalar value becomes the byte FF, which no UTF-8 text has.
+char* encodeUtf8(std::wstring_view text, char* utf8);
+
+/// Appends the text in UTF-8; false, and nothing appended, when an element is no Unicode scalar value.
 bool appendUtf8(std::string& utf8, std::wstring_view text);
 
 /// Decodes valid UTF-8 to `wide`, which has room for a character a byte, and returns the end of what was
