@@ -93,14 +93,14 @@ void decodeGlib(benchmark::State& state) {
 }
 
 void sizes(benchmark::internal::Benchmark* benchmark) {
-    benchmark->Arg(1 << 10)->Arg(1 << 20);
+    benchmark->ArgName("bytes")->Arg(1 << 10)->Arg(1 << 20);
 }
 
-BENCHMARK(encodeZun)->Apply(sizes);
-BENCHMARK(encodeOpenSsl)->Apply(sizes);
-BENCHMARK(encodeGlib)->Apply(sizes);
-BENCHMARK(decodeZun)->Apply(sizes);
-BENCHMARK(decodeOpenSsl)->Apply(sizes);
-BENCHMARK(decodeGlib)->Apply(sizes);
+BENCHMARK(encodeZun)->Name("base64_encode/zun")->Apply(sizes);
+BENCHMARK(encodeOpenSsl)->Name("base64_encode/openssl")->Apply(sizes);
+BENCHMARK(encodeGlib)->Name("base64_encode/glib")->Apply(sizes);
+BENCHMARK(decodeZun)->Name("base64_decode/zun")->Apply(sizes);
+BENCHMARK(decodeOpenSsl)->Name("base64_decode/openssl")->Apply(sizes);
+BENCHMARK(decodeGlib)->Name("base64_decode/glib")->Apply(sizes);
 
 } // namespace

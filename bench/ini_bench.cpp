@@ -133,10 +133,14 @@ void getGLib(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * settingCount);
 }
 
-BENCHMARK(loadZun)->Arg(1)->Arg(500)->Arg(10'000)->Unit(benchmark::kMillisecond);
-BENCHMARK(loadGLib)->Arg(1)->Arg(500)->Arg(10'000)->Unit(benchmark::kMillisecond);
-BENCHMARK(loadInih)->Arg(1)->Arg(500)->Arg(10'000)->Unit(benchmark::kMillisecond);
-BENCHMARK(getZun)->Arg(1)->Arg(500)->Arg(10'000)->Unit(benchmark::kMillisecond);
-BENCHMARK(getGLib)->Arg(1)->Arg(500)->Arg(10'000)->Unit(benchmark::kMillisecond);
+void sectionCounts(benchmark::internal::Benchmark* benchmark) {
+    benchmark->ArgName("sections")->Arg(1)->Arg(500)->Arg(10'000)->Unit(benchmark::kMillisecond);
+}
+
+BENCHMARK(loadZun)->Name("ini_load/zun")->Apply(sectionCounts);
+BENCHMARK(loadGLib)->Name("ini_load/gkeyfile")->Apply(sectionCounts);
+BENCHMARK(loadInih)->Name("ini_load/inih")->Apply(sectionCounts);
+BENCHMARK(getZun)->Name("ini_get/zun")->Apply(sectionCounts);
+BENCHMARK(getGLib)->Name("ini_get/gkeyfile")->Apply(sectionCounts);
 
 } // namespace

@@ -25,7 +25,7 @@ void numberAString(benchmark::State& state) {
         benchmark::DoNotOptimize(text);
     }
 }
-BENCHMARK(numberAString);
+BENCHMARK(numberAString)->Name("text_from_number/zun");
 
 void numberToWstring(benchmark::State& state) {
     for (auto _ : state) {
@@ -35,7 +35,7 @@ void numberToWstring(benchmark::State& state) {
         benchmark::DoNotOptimize(text);
     }
 }
-BENCHMARK(numberToWstring);
+BENCHMARK(numberToWstring)->Name("text_from_number/to_wstring");
 
 void numberSwprintf(benchmark::State& state) {
     for (auto _ : state) {
@@ -47,7 +47,7 @@ void numberSwprintf(benchmark::State& state) {
         benchmark::DoNotOptimize(text);
     }
 }
-BENCHMARK(numberSwprintf);
+BENCHMARK(numberSwprintf)->Name("text_from_number/swprintf");
 
 void paddedHexadecimalAFormat(benchmark::State& state) {
     for (auto _ : state) {
@@ -57,7 +57,7 @@ void paddedHexadecimalAFormat(benchmark::State& state) {
         benchmark::DoNotOptimize(text);
     }
 }
-BENCHMARK(paddedHexadecimalAFormat);
+BENCHMARK(paddedHexadecimalAFormat)->Name("text_padded_hexadecimal/zun");
 
 void paddedHexadecimalSwprintf(benchmark::State& state) {
     for (auto _ : state) {
@@ -69,7 +69,7 @@ void paddedHexadecimalSwprintf(benchmark::State& state) {
         benchmark::DoNotOptimize(text);
     }
 }
-BENCHMARK(paddedHexadecimalSwprintf);
+BENCHMARK(paddedHexadecimalSwprintf)->Name("text_padded_hexadecimal/swprintf");
 
 constexpr wchar_t delimiters[] = L",;\n";
 
@@ -106,7 +106,7 @@ void tokensAStringParser(benchmark::State& state) {
     }
     setBytes(state);
 }
-BENCHMARK(tokensAStringParser);
+BENCHMARK(tokensAStringParser)->Name("text_tokens/zun");
 
 /// The leanest loop: tokens refer to the text, nothing is copied.
 void tokensFindFirstOf(benchmark::State& state) {
@@ -123,6 +123,6 @@ void tokensFindFirstOf(benchmark::State& state) {
     }
     setBytes(state);
 }
-BENCHMARK(tokensFindFirstOf);
+BENCHMARK(tokensFindFirstOf)->Name("text_tokens/find_first_of");
 
 } // namespace

@@ -3,11 +3,10 @@
 #include <benchmark/benchmark.h>
 
 #include <clocale>
+#include <fnmatch.h>
 #include <iterator>
 #include <string>
 #include <utility>
-
-#include <fnmatch.h>
 
 // File names as a scan of directories meets them; fnmatch in the "C" locale, where it is fastest.
 
@@ -51,8 +50,8 @@ void manyStarsZun(benchmark::State& state) {
         benchmark::DoNotOptimize(MatchWildcard(pattern, text));
 }
 
-BENCHMARK(matchZun);
-BENCHMARK(matchFnmatch);
-BENCHMARK(manyStarsZun);
+BENCHMARK(matchZun)->Name("wildcard_match/zun");
+BENCHMARK(matchFnmatch)->Name("wildcard_match/fnmatch");
+BENCHMARK(manyStarsZun)->Name("wildcard_many_stars/zun");
 
 } // namespace
