@@ -36,7 +36,7 @@ public:
     /// One level, for the owner alone. What exists already is a success.
     static bool createDirectory(AString const& path);
 
-    /// Contents and mode; `to` is replaced whole.
+    /// Contents and mode; `to` is replaced whole, a symbolic link in its place too.
     static bool copyFile(AString const& from, AString const& to);
 
     /// Not provided: logs an internal error and returns false.

@@ -48,8 +48,9 @@ namespace orvane_com::zun::logger {
 /// deleted, or replaced by another, is opened anew. Several processes may write one file: a line is appended
 /// by one write, and a rotation is done by one process at a time.
 ///
-/// Any thread may call any member except GetLogger's first call and FreeLogger. No member throws or reports a
-/// failed write: a line that cannot be written is lost, a file that cannot be reopened is detached.
+/// Any thread may call any member except GetLogger's first call and FreeLogger; the child that a process of
+/// several threads forks may call none. No member throws or reports a failed write: a line that cannot be
+/// written is lost, a file that cannot be reopened is detached.
 class ZUN_API ILogger final : public subsystem::ISubsystem {
 public:
     /// The process's logger, made on first use: stopped, at level Info, without files.
@@ -95,7 +96,7 @@ public:
     /// " [name] ", or default_log_prefix for a value that is no component.
     std::wstring getComponent(eComponent const& component);
 
-    /// Each stores its value unchecked and returns true.
+    /// Each stores its value unchecked and returns true. Where no backups are to be kept, a file grows on.
     bool setMinLogLevel(LogLevel const& level);
     bool setMaxLogFileSize(long const& kibibytes);
     bool setNumberOfBackupLogs(long const& count);

@@ -39,8 +39,8 @@ class IniSettings;
 /// that breaks these rules is logged and not parsed: every call then works on the file itself, as AnIni does.
 /// A missing file parses as an empty one.
 ///
-/// Reading and writing set the process's locale to the environment's. Reports go to the log under "ini". An
-/// object is used by one thread at a time.
+/// Reading and writing set the process's locale to the environment's; no other thread may use that locale at
+/// the time, see setlocale(3). Reports go to the log under "ini". An object is used by one thread at a time.
 class ZUN_API AnIni2 : public AnIni {
 public:
     using Settings = std::map<std::wstring, std::wstring>;

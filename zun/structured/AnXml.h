@@ -59,7 +59,8 @@ public:
     /// AdvXMLParser::Document::GenerateXML. The file has the old contents or the new, whole.
     bool writeFile(wchar_t const* fileName, bool encrypt, bool formatted);
 
-    /// The document's text, not formatted.
+    /// The document's text, not formatted. Throws AdvXMLParser::ReadWriteException when it has a name or a
+    /// character that no XML document has.
     bool writeString(AString* text);
 
     /// Destroys the document; cursors on it become invalid.

@@ -12,7 +12,8 @@ class AnXml;
 /// The attribute name "" stands for the element's own text, which reads as empty when the element has child
 /// elements. A null text argument is one that is not given. A failed operation returns false; failures that
 /// are not announced by `required` being false, and every use of an uninitialized cursor, are logged under
-/// "XmlNode". A cursor is used by the thread that uses its document.
+/// "XmlNode". A cursor is used by the thread that uses its document. What the XML service throws passes
+/// through: a failed allocation, and std::length_error for an element deeper than AdvXMLParser::maximumDepth.
 class ZUN_API AnXmlNode {
 public:
     AnXmlNode() = default;

@@ -7,9 +7,11 @@
 /// One formatting request for AString::execute. It owns nothing that it points to.
 ///
 /// Directive characters in `flags`, in any order:
-///   -  left-justify inside the width        0  pad a number with zeros
-///   ^  upper-case the result                _  lower-case the result (^ wins over _)
-///   u  unsigned decimal                     x  lower-case hexadecimal (the later of u and x wins)
+///
+///     -  left-justify inside the width        0  pad a number with zeros
+///     ^  upper-case the result                _  lower-case the result (^ wins over _)
+///     u  unsigned decimal                     x  lower-case hexadecimal (the later of u and x wins)
+///
 /// Without u or x a number is signed decimal. Only the low 32 bits of a number are formatted.
 struct ZUN_API AFormat {
     /// A number. `width` is in characters, -1 for none; a negative one otherwise means left-justified in

@@ -29,8 +29,8 @@ ZUN_API void appendTimeStamp(std::string& text);
 /// process's umask allows. False, with errno set, when the path is no directory afterwards.
 ZUN_API bool makeDirectories(std::string const& path);
 
-/// Copies contents and mode; `target` is replaced whole or left as it was, and only when `keepExisting` is 0.
-/// Returns non-zero on success; 0 with errno set on failure.
+/// Copies contents and mode; `target`, be it a symbolic link, is replaced whole or left as it was, and only
+/// when `keepExisting` is 0. Returns non-zero on success; 0 with errno set on failure.
 ZUN_API int copyFile(std::string const& source, std::string const& target, int keepExisting);
 
 /// A dynamic library's handle, to be given to freeLibrary; null with the system's text in `error` on failure.
