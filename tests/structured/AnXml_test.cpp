@@ -5,10 +5,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
+#include <random>
+#include <set>
 #include <string>
+#include <tests/support/ChildProcess.h>
 #include <tests/support/LogCapture.h>
 #include <tests/support/TemporaryDirectory.h>
+#include <thread>
+#include <unistd.h>
 #include <vector>
 
 using testing::ElementsAre;
@@ -129,4 +135,36 @@ TEST_F(AnXmlTest, ConvertsBetweenUtf8AndWideText) {
     EXPECT_FALSE(AnXml::convertUtf8ToUnicode("\xC0\x80", wide));
     EXPECT_THAT(lastError(), HasSubstr("malformed UTF-8"));
     EXPECT_EQ(wide, L"\x20AC");
+}
+
+TEST_F(AnXmlTest, AKilledWriterLeavesTheOldFileOrTheNewOne) {
+    constexpr int rounds = 200;
+    std::wstring const file = m_directory.wideFile("file.xml");
+    AnXml documents[2];
+    std::set<std::string> wholeFiles;
+    for (std::size_t i = 0; i < 2; ++i) {
+        ASSERT_TRUE(documents[i].useNew(L"a", L"b", std::wstring(i == 0 ? 30'000 : 20'000, L'x').c_str()));
+        ASSERT_TRUE(documents[i].writeFile(file.c_str(), false, true));
+        wholeFiles.insert(readFile(m_directory.file("file.xml")));
+    }
+    std::mt19937 random(1);
+    std::uniform_int_distribution<int> microseconds(0, 4000);
+    int written[2];
+    ASSERT_EQ(pipe(written), 0);
+    for (int round = 0; round < rounds; ++round) {
+        ChildProcess writer([&] {
+            for (std::size_t count = 0; documents[count % 2].writeFile(file.c_str(), false, true); ++count)
+                if (count == 0 && write(written[1], "w", 1) != 1)
+                    break;
+            return false;
+        });
+        char byte = 0;
+        ASSERT_EQ(read(written[0], &byte, 1), 1);
+        std::this_thread::sleep_for(std::chrono::microseconds(microseconds(random)));
+        writer.kill();
+        ASSERT_TRUE(wholeFiles.contains(readFile(m_directory.file("file.xml")))) << round;
+    }
+    close(written[0]);
+    close(written[1]);
+    EXPECT_TRUE(m_xml.useExistingFile(file.c_str(), L"a", L"b"));
 }

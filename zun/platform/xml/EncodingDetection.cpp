@@ -10,6 +10,9 @@ namespace {
 
 using namespace std::string_view_literals;
 
+constexpr std::string_view blanks = " \t\r\n";
+constexpr std::string_view declarationStart = "<?xml";
+
 struct Mark {
     std::string_view bytes;
     Encoding encoding;
@@ -65,18 +68,19 @@ bool equalIgnoringCase(std::string_view left, std::string_view right) {
                       [&](char a, char b) { return lower(a) == lower(b); });
 }
 
-/// The text's beginning as far as a declaration can reach, one byte a code unit; what is not ASCII becomes
-/// "?".
-std::string beginning(std::string_view bytes, std::int32_t encoding) {
-    constexpr std::size_t enough = 256;
+/// An XML declaration at the beginning, one byte a code unit, what is not ASCII being "?"; else a few
+/// characters.
+std::string declaration(std::string_view bytes, std::int32_t encoding) {
     std::size_t const size = unitSize(encoding);
     bool const bigEndian = encoding == Utf16BigEndian || encoding == Utf32BigEndian;
     std::string text;
-    for (std::size_t i = 0; i + size <= bytes.size() && text.size() < enough; i += size) {
-        std::string_view const unit = bytes.substr(i, size);
+    for (; bytes.size() >= size && !text.ends_with('>'); bytes.remove_prefix(size)) {
+        std::string_view const unit = bytes.substr(0, size);
         char const low = bigEndian ? unit.back() : unit.front();
         auto const zeros = static_cast<std::size_t>(std::count(unit.begin(), unit.end(), '\0'));
         text.push_back(zeros == size - 1 ? low : '?');
+        if (text.size() == declarationStart.size() && text != declarationStart)
+            break;
     }
     return text;
 }
@@ -88,14 +92,15 @@ std::string_view takeUntil(std::string_view& text, std::string_view stops) {
 }
 
 void skipBlanks(std::string_view& text) {
-    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
 }
 
 /// The value of "encoding" in an XML declaration; empty when there is no such.
 std::string_view declaredName(std::string_view text) {
-    if (!text.starts_with("<?xml") || text.size() < 6 || " \t\r\n"sv.find(text[5]) == text.npos)
+    std::size_t const start = declarationStart.size();
+    if (!text.starts_with(declarationStart) || text.size() == start || blanks.find(text[start]) == text.npos)
         return {};
-    text.remove_prefix(5);
+    text.remove_prefix(start);
     for (;;) {
         skipBlanks(text);
         std::string_view const attribute = takeUntil(text, " \t\r\n=?>");
@@ -137,7 +142,7 @@ DetectedEncoding detectEncoding(std::string_view bytes, std::int32_t fallback) {
     if (mark != marks.end())
         detected = {mark->encoding, mark->bytes.size(), {}};
 
-    std::string const text = beginning(bytes.substr(detected.markSize), detected.encoding);
+    std::string const text = declaration(bytes.substr(detected.markSize), detected.encoding);
     std::string_view const declared = declaredName(text);
     if (declared.empty())
         return detected;

@@ -1,0 +1,49 @@
+#include <tests/support/ExpatVerdict.h>
+#include <tests/support/XmlRoundTrip.h>
+
+namespace {
+
+std::string bytes;
+
+/// In the place of a file's contents.
+bool provideBytes(std::string const&, std::string& out) {
+    out = bytes;
+    return true;
+}
+
+bool isRead(std::wstring& text, std::int32_t& encoding) {
+    return AdvXMLParser::ReadBufferFromFileNoExp(L"/dev/null", text, encoding, 0, provideBytes) >= 0;
+}
+
+} // namespace
+
+/// The input is a file. What is read is Unicode text, the same by each way of reading; a document in it is
+/// one that Expat reads from the bytes, too, if it knows the encoding.
+extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    bytes.assign(reinterpret_cast<char const*>(data), size);
+    std::wstring text;
+    std::int32_t encoding = AdvXMLParser::Utf8;
+    if (!isRead(text, encoding))
+        return 0;
+    std::string utf8;
+    std::string converted;
+    std::int32_t again = AdvXMLParser::Utf8;
+    roundtrip::require(
+        AdvXMLParser::ReadUtf8BufferFromFileNoExp(L"/dev/null", utf8, again, 0, provideBytes) >= 0);
+    roundtrip::require(AdvXMLParser::ConvertBufferToUtf8(text, converted, AdvXMLParser::Utf8));
+    roundtrip::require(encoding == again && utf8 == converted);
+
+    bool const isKnownToExpat = encoding != AdvXMLParser::Utf32LittleEndian &&
+                                encoding != AdvXMLParser::Utf32BigEndian &&
+                                !bytes.starts_with("\xEF\xBB\xBF");
+    try {
+        auto const document = roundtrip::parse(text);
+        roundtrip::require(!isKnownToExpat || expatVerdict(bytes) == XML_ERROR_NONE);
+        roundtrip::check(*document);
+    } catch (AdvXMLParser::ParsingException const& error) {
+        bool const isLimit = error.GetErrorMessage() == L"elements nested too deeply" ||
+                             error.GetErrorMessage() == L"too many entities that refer to other entities";
+        roundtrip::require(!isKnownToExpat || isLimit || expatVerdict(bytes) != XML_ERROR_NONE);
+    }
+    return 0;
+}
