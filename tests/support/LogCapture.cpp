@@ -1,6 +1,8 @@
 #include <zun/logger/ILogger.h>
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <tests/support/LogCapture.h>
 
 using orvane_com::zun::logger::ILogger;
@@ -9,6 +11,8 @@ LogCapture::LogCapture() {
     ILogger::FreeLogger();
     ILogger* const logger = ILogger::GetLogger();
     logger->attach(m_directory.wideFile("captured.log"));
+    constexpr long noRotation = 1024 * 1024;
+    logger->setMaxLogFileSize(noRotation);
     logger->Start();
     logger->setMinLogLevel(orvane_com::zun::logger::Debug);
 }
@@ -18,12 +22,14 @@ LogCapture::~LogCapture() {
 }
 
 std::vector<std::string> LogCapture::takeLines() {
-    std::string const all = readFile(m_directory.file("captured.log"));
+    std::ifstream stream(m_directory.file("captured.log"), std::ios::binary);
+    stream.seekg(m_taken);
+    std::string const added{std::istreambuf_iterator<char>(stream), {}};
+    m_taken += static_cast<std::streamoff>(added.size());
     std::vector<std::string> lines;
-    while (m_taken < all.size()) {
-        std::size_t const end = all.find("\r\n", m_taken);
-        std::string line = all.substr(m_taken, end - m_taken);
-        m_taken = end == std::string::npos ? all.size() : end + 2;
+    for (std::size_t begin = 0, end = 0; begin < added.size(); begin = end + 2) {
+        end = std::min(added.find("\r\n", begin), added.size());
+        std::string const line = added.substr(begin, end - begin);
         std::size_t const threadEnd = line.find(") ");
         std::size_t const group =
             threadEnd == std::string::npos ? 0 : line.find_first_not_of(' ', threadEnd + 2);

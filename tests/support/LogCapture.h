@@ -1,5 +1,6 @@
 #pragma once
 
+#include <ios>
 #include <string>
 #include <tests/support/TemporaryDirectory.h>
 #include <vector>
@@ -21,5 +22,5 @@ public:
 
 private:
     TemporaryDirectory m_directory;
-    std::size_t m_taken = 0;
+    std::streamoff m_taken = 0;
 };

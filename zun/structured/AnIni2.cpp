@@ -9,12 +9,12 @@
 #include <zun/text/ACharString.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <clocale>
 #include <cwctype>
 #include <exception>
 #include <fcntl.h>
+#include <optional>
 
 using namespace orvane_com::file::ini;
 using namespace orvane_com::zun;
@@ -208,11 +208,13 @@ bool AnIni2::parse() {
                 continue;
             // The characters up to the next of the above are taken in one step.
             wchar_t const* const runEnd = findRunEnd(at, end);
-            if (state != InComment)
-                extend(state == InSection ? section
-                       : state == InKey   ? key
-                                          : value,
-                       at, static_cast<std::size_t>(runEnd - at));
+            auto const count = static_cast<std::size_t>(runEnd - at);
+            if (state == InSection)
+                extend(section, at, count);
+            else if (state == InKey)
+                extend(key, at, count);
+            else if (state == InValue)
+                extend(value, at, count);
             at = runEnd;
         }
         processEOF(state, section, key, value);

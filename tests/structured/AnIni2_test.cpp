@@ -1,0 +1,210 @@
+#include <zun/platform/helper/CommonHelper.h>
+#include <zun/structured/AnIni2.h>
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <memory>
+#include <random>
+#include <sys/stat.h>
+#include <tests/support/ChildProcess.h>
+#include <tests/support/LiteralIni.h>
+#include <tests/support/LogCapture.h>
+#include <tests/support/TemporaryDirectory.h>
+#include <thread>
+
+using orvane_com::zun::helper::toNarrow;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class AnIni2Test : public testing::Test {
+protected:
+    AString name() const { return m_directory.wideFile("a.ini"); }
+    std::string text() const { return readFile(m_path); }
+
+    std::unique_ptr<AnIni2> parse(std::string const& text) {
+        writeFile(m_path, text);
+        return std::make_unique<AnIni2>(name());
+    }
+
+    /// What is logged for a text that fails with this reason in this line.
+    std::vector<std::string> failure(std::string const& reason, int line) const {
+        std::string const notParsed = "[ini] [E] internal error: Ini file not parsed in AnIni2";
+        if (reason.empty())
+            return {notParsed};
+        return {"[ini] [E] internal error: " + reason + m_path + " line " + std::to_string(line), notParsed};
+    }
+
+    static std::wstring get(AnIni2& ini, wchar_t const* section, wchar_t const* key) {
+        AString value;
+        return ini.tryGet(section, key, value) ? value.const_cpp_str() : L"<none>";
+    }
+
+    LogCapture m_log;
+    TemporaryDirectory m_directory;
+    std::string m_path = m_directory.file("a.ini");
+};
+
+TEST_F(AnIni2Test, ReadsTheGrammar) {
+    auto const ini = parse("top = 1\n[ s ] ; remark\n k e;y = a;[b]=c ;d \n;free text\n"
+                           "empty =\n[t]u=\xC3\xA4\xE3\x80\x80\n[s]\nempty=now\n[ \t]\nx=blank\nlast=2");
+    ASSERT_TRUE(ini->parsed());
+    EXPECT_EQ(get(*ini, L"", L"top"), L"1");
+    EXPECT_EQ(get(*ini, L"s", L"k e;y"), L"a;[b]=c ;d");
+    EXPECT_EQ(get(*ini, L"t", L"u"), L"\u00E4");
+    EXPECT_EQ(get(*ini, L"s", L"empty"), L"now");
+    EXPECT_EQ(get(*ini, L"", L"x"), L"blank");
+    EXPECT_EQ(get(*ini, L"", L"last"), L"2");
+    EXPECT_EQ(get(*ini, L"S", L"empty"), L"<none>");
+    AString value(L"old");
+    EXPECT_FALSE(ini->getExisting(L"s", L"no", value));
+    EXPECT_EQ(value, L"");
+    EXPECT_THAT(m_log.takeLinesAboveDebug(),
+                testing::Contains(testing::HasSubstr(
+                    "Couldn't read required section \"s\", setting \"no\" from file \"" + m_path + "\"")));
+}
+
+TEST_F(AnIni2Test, AgreesWithTheLiteralSteps) {
+    constexpr int texts = 1500;
+    std::wstring const alphabet = L"[]=; \t\n\n\rab\u00A0\u2003\u4E2D";
+    std::mt19937 random(1);
+    int parsed = 0;
+    for (int round = 0; round < texts; ++round) {
+        std::wstring wide;
+        for (auto size = random() % 16; wide.size() < size;)
+            wide += alphabet[random() % alphabet.size()];
+        // Whole pieces lead deeper than single characters.
+        if (round % 2 == 0)
+            wide = L"[a]\n" + wide + (round % 4 == 0 ? L"\nb=" : L"=a\r\n") + wide;
+        SCOPED_TRACE(testing::PrintToString(wide));
+        auto const ini = parse(toNarrow(wide));
+        literal::Ini const expected(wide);
+        ASSERT_EQ(ini->parsed(), expected.parsed());
+        AnIni2::IniMap map;
+        ASSERT_EQ(ini->getIniMap(map), expected.parsed());
+        ASSERT_EQ(map, expected.sections);
+        auto logged = m_log.takeLinesAboveDebug();
+        if (!expected.parsed())
+            logged.pop_back();
+        ASSERT_EQ(logged, expected.parsed() ? std::vector<std::string>()
+                                            : failure(toNarrow(expected.error), expected.line));
+        parsed += expected.parsed() ? 1 : 0;
+    }
+    EXPECT_GT(parsed, texts / 10) << "most texts fail early";
+}
+
+TEST_F(AnIni2Test, FallsBackToTheFileItself) {
+    auto const ini = parse("[s]\nk=v\nbroken\n");
+    EXPECT_FALSE(ini->parsed());
+    EXPECT_THAT(m_log.takeLinesAboveDebug(), failure("Unexpected: new line ", 3));
+    EXPECT_EQ(get(*ini, L"S", L"K"), L"v");
+    ini->set(L"s", L"k", L"w");
+    EXPECT_EQ(text(), "[s]\nk=w\nbroken\n");
+    AnIni2::IniMap map{{L"kept", {}}};
+    EXPECT_FALSE(ini->getIniMap(map));
+    EXPECT_EQ(map.size(), 1u);
+
+    EXPECT_FALSE(parse("k=\xFF\n")->parsed());
+    EXPECT_EQ(m_log.takeLinesAboveDebug().back(), failure("", 0).back());
+    AnIni2 const directory(AString(m_directory.wideFile("")));
+    EXPECT_FALSE(directory.parsed()) << "opened but not read";
+}
+
+TEST_F(AnIni2Test, WritesChangesWhenItEnds) {
+    auto ini = parse("; gone\r\n[b]\r\nz = 1\r\n\r\n[a]\r\ny=2\r\n");
+    struct stat before {};
+    struct stat after {};
+    ASSERT_EQ(stat(m_path.c_str(), &before), 0);
+    ini->set(L"b", L"z", L"1");
+    ini->close();
+    ASSERT_EQ(stat(m_path.c_str(), &after), 0);
+    EXPECT_EQ(before.st_ino, after.st_ino) << "nothing changed, nothing to write";
+    EXPECT_FALSE(ini->parsed());
+
+    ini->open(name());
+    for (wchar_t const* value : {L"2", L"3", L"\u00E4"})
+        ini->set(L"b", L"z", value);
+    ini->set(L"c", L"", L"");
+    ini->set(L"a", L"x y", L"");
+    m_log.takeLines();
+    ini->set(L"a", L"", L"v");
+    ini->set(L"", L"", L"");
+    EXPECT_THAT(m_log.takeLines(),
+                ElementsAre("[ini] [E] internal error: Unable to insert a, , and v into the map.",
+                            "[ini] [E] internal error: Unable to insert , , and  into the map."));
+    EXPECT_EQ(get(*ini, L"b", L"z"), L"\u00E4");
+    EXPECT_EQ(get(*ini, L"c", L""), L"");
+    ini.reset();
+    EXPECT_EQ(text(), "[a]\nx y=\ny=2\n\n[b]\nz=\xC3\xA4\n\n[c]\n=\n\n");
+}
+
+TEST_F(AnIni2Test, DropsChangesThatCannotBeWritten) {
+    AnIni2 ini(m_directory.wideFile("missing/a.ini"));
+    EXPECT_TRUE(ini.parsed());
+    ini.set(L"s", L"k", L"v");
+    ini.write();
+    ini.write();
+    ini.close();
+    EXPECT_THAT(m_log.takeLinesAboveDebug(), IsEmpty());
+    EXPECT_NE(access(m_directory.file("missing").c_str(), F_OK), 0);
+}
+
+TEST_F(AnIni2Test, HoldsManySettings) {
+    constexpr int count = 20'000;
+    AnIni2::IniMap expected;
+    {
+        AnIni2 ini(name());
+        for (int number = 0; number < count; ++number) {
+            std::wstring const section = L"s" + std::to_wstring(number % 7);
+            std::wstring const key = L"k" + std::to_wstring(number);
+            ini.set(section, key, key);
+            auto found = expected.find(section);
+            if (found == expected.end())
+                found = expected.emplace(section, AnIni2::Settings());
+            found->second[key] = key;
+        }
+    }
+    AnIni2 ini(name());
+    AnIni2::IniMap map;
+    EXPECT_TRUE(ini.getIniMap(map));
+    EXPECT_TRUE(map == expected);
+    EXPECT_EQ(get(ini, L"s1", L"k7778"), L"k7778");
+    EXPECT_EQ(get(ini, L"s2", L"k7778"), L"<none>");
+}
+
+TEST_F(AnIni2Test, AKilledWriterLeavesTheOldFileOrTheNewOne) {
+    auto const write = [this](wchar_t value) {
+        AnIni2 ini(name());
+        ini.set(L"s", L"k", std::wstring(50'000, value));
+    };
+    write(L'b');
+    std::string const one = text();
+    write(L'a');
+    std::string const other = text();
+    ASSERT_NE(one, other);
+    int written[2];
+    ASSERT_EQ(pipe(written), 0);
+    std::mt19937 random(1);
+    for (int round = 0; round < 50; ++round) {
+        ChildProcess writer([&] {
+            for (bool first = true;; first = false) {
+                write(L'a');
+                if (first && ::write(written[1], "w", 1) != 1)
+                    return false;
+                write(L'b');
+            }
+        });
+        char byte = 0;
+        ASSERT_EQ(read(written[0], &byte, 1), 1);
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000));
+        writer.kill();
+        std::string const after = text();
+        ASSERT_TRUE(after == one || after == other) << round;
+    }
+    close(written[0]);
+    close(written[1]);
+}
+
+} // namespace
