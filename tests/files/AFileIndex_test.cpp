@@ -19,7 +19,6 @@ TEST(AFileIndexTest, YieldsFilesAndDirectories) {
     TemporaryDirectory directory;
     LogCapture log;
     writeFile(directory.file("a b.txt"), "text");
-    writeFile(directory.file("other"), "");
     writeFile(directory.file(".hidden.txt"), "");
     std::filesystem::create_directory(directory.file("d.txt"));
     AFileIndex index;
@@ -36,8 +35,6 @@ TEST(AFileIndexTest, YieldsFilesAndDirectories) {
         found[name] = isDirectory;
     }
     EXPECT_THAT(found, ElementsAre(Pair(L"a b.txt", false), Pair(L"d.txt", true)));
-    EXPECT_FALSE(index.moveNext(&path, nullptr, nullptr, nullptr));
-
     ASSERT_TRUE(index.open(true, directory.wideFile("").c_str(), L"*"));
     EXPECT_TRUE(index.moveNext(nullptr, nullptr, nullptr, nullptr));
     index.close();
@@ -46,16 +43,14 @@ TEST(AFileIndexTest, YieldsFilesAndDirectories) {
 }
 
 TEST(AFileIndexTest, NoMatchIsLoggedOnDemand) {
-    TemporaryDirectory directory;
     LogCapture log;
-    AFileIndex index(false, directory.wideFile("none").c_str(), L"*");
+    AFileIndex index(false, L"/none", L"*");
     EXPECT_THAT(log.takeLinesAboveDebug(), IsEmpty());
-    EXPECT_FALSE(index.open(true, directory.wideFile("none").c_str(), L"*"));
+    EXPECT_FALSE(index.open(true, L"/none", L"*"));
     EXPECT_FALSE(index.moveNext(nullptr, nullptr, nullptr, nullptr));
-    EXPECT_THAT(
-        log.takeLinesAboveDebug(),
-        ElementsAre("[FileInx] [E] Error trace:", "[FileInx] [E]  [glob," + directory.file("none/*") + "]->",
-                    "[FileInx] [E]   No such file or directory"));
+    EXPECT_THAT(log.takeLinesAboveDebug(),
+                ElementsAre("[FileInx] [E] Error trace:", "[FileInx] [E]  [glob,/none/*]->",
+                            "[FileInx] [E]   No such file or directory"));
 }
 
 } // namespace

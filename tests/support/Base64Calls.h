@@ -2,29 +2,25 @@
 
 #include <zun/binary/Base64.h>
 
-#include <memory>
 #include <tests/support/LiteralBase64.h>
+#include <vector>
 
-/// One call of the library's coder, with source and destination in blocks of exactly their size.
-inline literal::Base64Result callBase64Encode(std::string_view source, std::size_t room, int state) {
+/// One call of a coder of the library, with source and destination in blocks of exactly their size.
+template <typename Coder>
+literal::Base64Result callBase64(Coder coder, std::string_view source, std::size_t room, int state) {
     literal::Base64Result result{{}, 0, state};
-    auto const bytes = std::make_unique<char[]>(source.size());
-    auto const characters = std::make_unique<char[]>(room);
-    source.copy(bytes.get(), source.size());
+    std::vector<char> const input(source.begin(), source.end());
+    std::vector<char> output(room);
     unsigned long const written =
-        Base64Encode(bytes.get(), source.size(), characters.get(), room, &result.state, &result.consumed);
-    result.written.assign(characters.get(), written);
+        coder(input.data(), input.size(), output.data(), room, &result.state, &result.consumed);
+    result.written.assign(output.data(), written);
     return result;
 }
 
-/// The same of the decoder.
+inline literal::Base64Result callBase64Encode(std::string_view source, std::size_t room, int state) {
+    return callBase64(Base64Encode, source, room, state);
+}
+
 inline literal::Base64Result callBase64Decode(std::string_view source, std::size_t room, int state) {
-    literal::Base64Result result{{}, 0, state};
-    auto const characters = std::make_unique<char[]>(source.size());
-    auto const bytes = std::make_unique<char[]>(room);
-    source.copy(characters.get(), source.size());
-    unsigned long const written =
-        Base64Decode(characters.get(), source.size(), bytes.get(), room, &result.state, &result.consumed);
-    result.written.assign(bytes.get(), written);
-    return result;
+    return callBase64(Base64Decode, source, room, state);
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -24,32 +23,29 @@ inline Base64Result encodeBase64(std::string_view source, std::size_t room, int 
     int carried = state & 0x3c;
     auto const put = [&](int value) { result.written += base64Alphabet[static_cast<std::size_t>(value)]; };
     while (result.written.size() < room && (result.consumed < source.size() || phase == 3)) {
-        if (phase == 3) {
-            put(carried);
-            phase = 0;
-            carried = 0;
-            continue;
-        }
-        int const byte = static_cast<unsigned char>(source[result.consumed++]);
-        if (phase == 0) {
+        int const byte = phase == 3 ? 0 : static_cast<unsigned char>(source[result.consumed++]);
+        switch (phase++) {
+        case 0:
             put(byte >> 2);
             carried = (byte << 4) & 63;
-            phase = 1;
-        } else if (phase == 1) {
+            break;
+        case 1:
             put((byte >> 4) | carried);
             carried = (byte << 2) & 63;
-            phase = 2;
-        } else {
+            break;
+        case 2:
             put((byte >> 6) | carried);
             carried = byte & 63;
-            phase = 3;
+            break;
+        default:
+            put(carried);
+            phase = carried = 0;
         }
     }
     if (phase != 0 && room - result.written.size() >= static_cast<std::size_t>(4 - phase)) {
         put(carried);
         result.written.append(static_cast<std::size_t>(3 - phase), '=');
-        phase = 0;
-        carried = 0;
+        phase = carried = 0;
     }
     result.state = phase * 64 | carried;
     return result;
@@ -59,33 +55,20 @@ inline Base64Result decodeBase64(std::string_view source, std::size_t room, int 
     Base64Result result;
     int phase = state & 3;
     int carried = state & 0xfc;
-    auto const put = [&](int byte) { result.written += static_cast<char>(byte); };
     while (result.consumed < source.size() && result.written.size() < room) {
         char const character = source[result.consumed++];
-        if (character == '=') {
-            phase = 0;
-            carried = 0;
-            continue;
-        }
+        if (character == '=')
+            phase = carried = 0;
         std::size_t const position = base64Alphabet.find(character);
         if (position == std::string_view::npos)
             continue;
         int const value = static_cast<int>(position);
-        if (phase == 0) {
-            carried = value << 2;
-            phase = 1;
-        } else if (phase == 1) {
-            put(carried | (value >> 4));
-            carried = (value << 4) & 0xff;
-            phase = 2;
-        } else if (phase == 2) {
-            put(carried | (value >> 2));
-            carried = (value << 6) & 0xff;
-            phase = 3;
-        } else {
-            put(carried | value);
-            phase = 0;
-        }
+        int const bitsUsed = 2 * phase; // of the value, by the byte that it completes
+        if (phase > 0)
+            result.written += static_cast<char>(carried | (value >> (6 - bitsUsed)));
+        if (phase < 3)
+            carried = (value << (2 + bitsUsed)) & 0xff;
+        phase = (phase + 1) % 4;
     }
     result.state = carried | phase;
     return result;

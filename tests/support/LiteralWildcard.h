@@ -3,40 +3,26 @@
 #include <string>
 
 /// Wildcard matching by trying every place: the reference that the fast matcher is compared with. Exponential
-/// in the number of stars.
+/// in the number of stars; for lower-case texts.
 namespace literal {
 
-inline bool matchWildcard(std::string pattern, std::string text) {
-    for (std::string* side : {&pattern, &text})
-        for (char& c : *side)
-            if (c >= 'A' && c <= 'Z')
-                c = static_cast<char>(c - 'A' + 'a');
+inline bool matchWildcard(std::string const& pattern, std::string const& text) {
     std::size_t t = 0;
     std::size_t p = 0;
-    bool matched = false;
-    while (!matched && t < text.size() && p < pattern.size()) {
-        if (pattern[p] != '*') {
-            if (text[t] != pattern[p])
-                break;
-            ++t;
-            ++p;
-            continue;
-        }
-        p = pattern.find_first_not_of('*', p);
-        if (p == std::string::npos) {
-            p = pattern.size();
-            t = text.size();
-            break;
-        }
-        std::size_t const found = text.find(pattern.substr(p, pattern.find('*', p) - p), t);
-        if (found != std::string::npos)
-            t = found;
-        for (; t < text.size() && !matched; ++t)
-            matched = matchWildcard(pattern.substr(p), text.substr(t));
+    while (t < text.size() && p < pattern.size() && pattern[p] != '*' && text[t] == pattern[p]) {
+        ++t;
+        ++p;
     }
-    if (matched)
+    if (t == text.size() || p == pattern.size() || pattern[p] != '*')
+        return p == pattern.size() && t == text.size();
+    p = pattern.find_first_not_of('*', p);
+    if (p == std::string::npos)
         return true;
-    return p >= pattern.size() && t == text.size();
+    std::size_t const found = text.find(pattern.substr(p, pattern.find('*', p) - p), t);
+    for (t = found == std::string::npos ? t : found; t < text.size(); ++t)
+        if (matchWildcard(pattern.substr(p), text.substr(t)))
+            return true;
+    return false;
 }
 
 } // namespace literal
