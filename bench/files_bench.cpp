@@ -132,11 +132,11 @@ void enumerateGlob(benchmark::State& state) {
     }
 }
 
-BENCHMARK(readWholeZun)->Unit(benchmark::kMillisecond);
-BENCHMARK(readWholeFread)->Unit(benchmark::kMillisecond);
-BENCHMARK(readLinesZun)->Unit(benchmark::kMillisecond);
-BENCHMARK(readLinesGetline)->Unit(benchmark::kMillisecond);
-BENCHMARK(enumerateZun)->Unit(benchmark::kMillisecond);
-BENCHMARK(enumerateGlob)->Unit(benchmark::kMillisecond);
+BENCHMARK(readWholeZun)->Name("file_read_whole/zun")->Unit(benchmark::kMillisecond);
+BENCHMARK(readWholeFread)->Name("file_read_whole/fread")->Unit(benchmark::kMillisecond);
+BENCHMARK(readLinesZun)->Name("file_read_lines/zun")->Unit(benchmark::kMillisecond);
+BENCHMARK(readLinesGetline)->Name("file_read_lines/getline")->Unit(benchmark::kMillisecond);
+BENCHMARK(enumerateZun)->Name("file_enumerate/zun")->Unit(benchmark::kMillisecond);
+BENCHMARK(enumerateGlob)->Name("file_enumerate/glob")->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -47,10 +47,10 @@ void readHold(benchmark::State& state) {
     }
 }
 
-BENCHMARK_TEMPLATE(readHold, ZunLock)->ThreadRange(1, 2);
-BENCHMARK_TEMPLATE(readHold, boost::shared_mutex)->ThreadRange(1, 2);
-BENCHMARK_TEMPLATE(readHold, std::shared_mutex)->ThreadRange(1, 2);
-BENCHMARK_TEMPLATE(readHold, PosixLock)->ThreadRange(1, 2);
+BENCHMARK_TEMPLATE(readHold, ZunLock)->Name("read_hold/zun")->ThreadRange(1, 2);
+BENCHMARK_TEMPLATE(readHold, boost::shared_mutex)->Name("read_hold/boost_shared_mutex")->ThreadRange(1, 2);
+BENCHMARK_TEMPLATE(readHold, std::shared_mutex)->Name("read_hold/std_shared_mutex")->ThreadRange(1, 2);
+BENCHMARK_TEMPLATE(readHold, PosixLock)->Name("read_hold/pthread_rwlock")->ThreadRange(1, 2);
 
 /// Sees to the directory of the named locks' files and leaves nothing of it behind that was not there before.
 class LockDirectory {
@@ -126,9 +126,9 @@ void writeHoldBoost(benchmark::State& state) {
     named_sharable_mutex::remove(uniqueName.c_str());
 }
 
-BENCHMARK(writeHoldZun);
-BENCHMARK(writeHoldSemop);
-BENCHMARK(writeHoldFlock);
-BENCHMARK(writeHoldBoost);
+BENCHMARK(writeHoldZun)->Name("named_write_hold/zun");
+BENCHMARK(writeHoldSemop)->Name("named_write_hold/semop");
+BENCHMARK(writeHoldFlock)->Name("named_write_hold/flock");
+BENCHMARK(writeHoldBoost)->Name("named_write_hold/boost_named_sharable_mutex");
 
 } // namespace

@@ -61,7 +61,7 @@ void acceptedZun(benchmark::State& state) {
     for (auto _ : state)
         logInfo(L"Agent", wideMessage);
 }
-BENCHMARK(acceptedZun)->Name("log_accepted_line/zun")->UseRealTime();
+BENCHMARK(acceptedZun)->Name("log_accepted_line/zun");
 
 void acceptedBare(benchmark::State& state) {
     Directory const directory;
@@ -80,7 +80,7 @@ void acceptedBare(benchmark::State& state) {
     }
     close(file);
 }
-BENCHMARK(acceptedBare)->Name("log_accepted_line/stat_and_write")->UseRealTime();
+BENCHMARK(acceptedBare)->Name("log_accepted_line/stat_and_write");
 
 std::shared_ptr<spdlog::logger> rotatingLogger(Directory const& directory) {
     auto const sink = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(directory.file(), unlimited, 5);
@@ -97,7 +97,7 @@ void acceptedSpdlog(benchmark::State& state) {
     for (auto _ : state)
         logger->info(message);
 }
-BENCHMARK(acceptedSpdlog)->Name("log_accepted_line/spdlog_rotating_flushed")->UseRealTime();
+BENCHMARK(acceptedSpdlog)->Name("log_accepted_line/spdlog_rotating_flushed");
 
 /// What spdlog lacks: the look at the path that tells whether the file is still there.
 void acceptedSpdlogWithLook(benchmark::State& state) {
@@ -110,7 +110,7 @@ void acceptedSpdlogWithLook(benchmark::State& state) {
         logger->info(message);
     }
 }
-BENCHMARK(acceptedSpdlogWithLook)->Name("log_accepted_line/spdlog_and_stat")->UseRealTime();
+BENCHMARK(acceptedSpdlogWithLook)->Name("log_accepted_line/spdlog_and_stat");
 
 void acceptedGlog(benchmark::State& state) {
     Directory const directory;
@@ -124,7 +124,7 @@ void acceptedGlog(benchmark::State& state) {
     google::FlushLogFiles(google::GLOG_INFO);
     google::SetLogDestination(google::GLOG_INFO, "");
 }
-BENCHMARK(acceptedGlog)->Name("log_accepted_line/glog_unbuffered")->UseRealTime();
+BENCHMARK(acceptedGlog)->Name("log_accepted_line/glog_unbuffered");
 
 void filteredZun(benchmark::State& state) {
     Directory const directory;

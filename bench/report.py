@@ -77,12 +77,13 @@ def collect(results):
     works = {}
     for result in results:
         entries = [entry for entry in result["benchmarks"] if entry["run_type"] == "iteration"]
-        for entry in sorted(entries, key=lambda entry: entry["family_index"]):
+        for entry in sorted(entries, key=lambda entry: (entry["family_index"], entry["per_family_instance_index"])):
             if entry.get("error_occurred"):
                 print(f"{entry['name']}: {entry['error_message']}", file=sys.stderr)
                 continue
             parts = entry["run_name"].split("/")
-            # Waiting for another thread, or for the system, takes no time of the processor.
+            # The processor's time, the kernel's part included, is the same on a busy machine; but threads that wait
+            # for each other take none.
             clock = "real" if "real_time" in parts or entry["threads"] > 1 else "cpu"
             variant = [part for part in parts[2:] if part != "real_time"]
             work = "/".join(parts[:1] + variant)
@@ -107,6 +108,11 @@ def verdict(ratio, aim):
     return "within noise" if ratio <= aim["at_most"] * (1 + TOLERANCE) else "MISSED"
 
 
+def is_for(aim, work, who):
+    """An aim without a variant is for all of them."""
+    return aim["peer"] == who and aim["work"] in (work, work.split("/")[0])
+
+
 def compare(works, aims):
     """A row a peer; works without a peer have one row."""
     rows = []
@@ -115,8 +121,7 @@ def compare(works, aims):
         for who, theirs in measurements.items():
             if who == OURS and len(measurements) > 1:
                 continue
-            aim = next((aim for aim in aims
-                        if aim["peer"] == who and aim["work"] in (work, work.split("/")[0])), None)
+            aim = next((aim for aim in aims if is_for(aim, work, who)), None)
             ratio = ours.median / theirs.median if ours and who != OURS else None
             rows.append({
                 "work": work,
@@ -145,17 +150,22 @@ def cells(row):
             optional(row["aim"], "<= {:.2f}".format), row["verdict"], f"{row['spread']:.0%}")
 
 
-def explanation(machine, rows, repetitions):
+def explanation(machine, rows, aims, repetitions):
     verdicts = [row["verdict"] for row in rows if row["verdict"]]
-    return [
+    unmeasured = [f"{aim['work']} beside {aim['peer']}" for aim in aims
+                  if not any(is_for(aim, row["work"], row["peer"]) for row in rows)]
+    lines = [
         f"{machine['date']}, {machine['processor']} ({machine['processors']} processors), {machine['system']}, "
         f"{machine['compiler']}" + (f", load {machine['load_at_start']:.1f}" if machine["load_at_start"] else ""),
         f"Medians of {repetitions} repetitions; ratio: zun's time to the peer's; spread: slowest less fastest "
         "repetition, the wider of both.",
-        "clock: processor time, or real time where a thread may wait.",
+        "clock: processor time with the kernel's part, or real time where several threads may wait for each other.",
         f"{verdicts.count('met')} aims met, {verdicts.count('within noise')} within noise (up to {TOLERANCE:.0%} "
         f"beyond the aim), {verdicts.count('MISSED')} missed.",
     ]
+    if unmeasured:
+        lines.append("Aims without a measurement in this run: " + ", ".join(unmeasured) + ".")
+    return lines
 
 
 def print_table(rows):
@@ -225,7 +235,7 @@ def main(arguments):
     rows = compare(works, aims)
     machine = describe_machine(build, results)
     repetitions = max(len(measurement.times) for work in works.values() for measurement in work.values())
-    words = explanation(machine, rows, repetitions)
+    words = explanation(machine, rows, aims, repetitions)
 
     (build / "report.json").write_text(
         json.dumps({"machine": machine, "comparisons": rows, "measurements": results}, indent=1))

@@ -197,13 +197,13 @@ void writeWithPugixml(benchmark::State& state) {
 
 } // namespace
 
-BENCHMARK(parseWithZun)->Unit(benchmark::kMillisecond);
-BENCHMARK(tokenizeWithExpat)->Unit(benchmark::kMillisecond);
-BENCHMARK(parseWithLibxml2)->Unit(benchmark::kMillisecond);
-BENCHMARK(parseWithPugixml)->Unit(benchmark::kMillisecond);
-BENCHMARK(walkWithZun)->Unit(benchmark::kMillisecond);
-BENCHMARK(walkWithLibxml2)->Unit(benchmark::kMillisecond);
-BENCHMARK(walkWithPugixml)->Unit(benchmark::kMillisecond);
-BENCHMARK(writeWithZun)->Unit(benchmark::kMillisecond);
-BENCHMARK(writeWithLibxml2)->Unit(benchmark::kMillisecond);
-BENCHMARK(writeWithPugixml)->Unit(benchmark::kMillisecond);
+BENCHMARK(parseWithZun)->Name("xml_parse/zun")->Unit(benchmark::kMillisecond);
+BENCHMARK(tokenizeWithExpat)->Name("xml_parse/expat")->Unit(benchmark::kMillisecond);
+BENCHMARK(parseWithLibxml2)->Name("xml_parse/libxml2")->Unit(benchmark::kMillisecond);
+BENCHMARK(parseWithPugixml)->Name("xml_parse/pugixml")->Unit(benchmark::kMillisecond);
+BENCHMARK(walkWithZun)->Name("xml_walk/zun")->Unit(benchmark::kMillisecond);
+BENCHMARK(walkWithLibxml2)->Name("xml_walk/libxml2")->Unit(benchmark::kMillisecond);
+BENCHMARK(walkWithPugixml)->Name("xml_walk/pugixml")->Unit(benchmark::kMillisecond);
+BENCHMARK(writeWithZun)->Name("xml_write/zun")->Unit(benchmark::kMillisecond);
+BENCHMARK(writeWithLibxml2)->Name("xml_write/libxml2")->Unit(benchmark::kMillisecond);
+BENCHMARK(writeWithPugixml)->Name("xml_write/pugixml")->Unit(benchmark::kMillisecond);
