@@ -154,3 +154,18 @@ TEST_F(AnXmlNodeTest, IndexesWalkChildrenAndAttributes) {
                             "[XmlIndx] [E] internal error: Used uninitialized node",
                             "[XmlValx] [E] internal error: Used uninitialized node"));
 }
+
+TEST_F(AnXmlNodeTest, RefusesElementsThatWouldStandTooDeep) {
+    use(L"<a/>");
+    AnXmlNode node = m_root;
+    for (std::size_t depth = 2; depth <= AdvXMLParser::maximumDepth; ++depth)
+        ASSERT_TRUE(node.addChild(&node, L"b"));
+    std::wstring const before = text();
+    EXPECT_FALSE(node.addChild(nullptr, L"c"));
+    EXPECT_FALSE(m_root.copyAsChild(&m_root));
+    EXPECT_EQ(text(), before);
+    std::string const reason = "elements nested too deeply for a document";
+    EXPECT_THAT(m_log.takeLinesAboveDebug(),
+                ElementsAre("[XmlNode] [E] Error trace:", "[XmlNode] [E]   " + reason,
+                            "[XmlNode] [E] Error trace:", "[XmlNode] [E]   " + reason));
+}

@@ -4,6 +4,7 @@
 #include <zun/text/ACharString.h>
 #include <zun/text/AStringList.h>
 
+#include <stdexcept>
 #include <string_view>
 #include <vector>
 
@@ -78,6 +79,16 @@ bool containsChildren(Element const& element, Element const& other) {
         }
     }
     return true;
+}
+
+/// Null, logged, when the document cannot take another element there.
+Element* addElement(Element& parent, std::wstring_view name) {
+    try {
+        return &parent.AddElementInto(name);
+    } catch (std::length_error const& failure) {
+        logError(group, AString(failure.what()));
+        return nullptr;
+    }
 }
 
 } // namespace
@@ -187,7 +198,10 @@ bool AnXmlNode::addChild(AnXmlNode* out, wchar_t const* childName, wchar_t const
                          wchar_t const* attributeValue) {
     if (!positionValid())
         return false;
-    AnXmlNode child(m_element->AddElementInto(viewOf(childName)));
+    Element* const added = addElement(*m_element, viewOf(childName));
+    if (added == nullptr)
+        return false;
+    AnXmlNode child(*added);
     if (attributeName != nullptr && attributeValue != nullptr)
         child.setValue(attributeName, attributeValue);
     if (out != nullptr)
@@ -268,7 +282,12 @@ bool AnXmlNode::copyAsChild(AnXmlNode const* source) {
             copies.push_back({&*child, i, nullptr});
     for (Copy& copy : copies) {
         Element& parent = &copy == &copies.front() ? *m_element : *copies[copy.parent].to;
-        copy.to = &parent.AddElementInto(copy.from->GetName());
+        copy.to = addElement(parent, copy.from->GetName());
+        if (copy.to == nullptr) {
+            if (copies.front().to != nullptr)
+                copies.front().to->Delete();
+            return false;
+        }
         ::copyValues(*copy.from, *copy.to);
     }
     return true;

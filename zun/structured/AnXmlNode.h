@@ -12,8 +12,8 @@ class AnXml;
 /// The attribute name "" stands for the element's own text, which reads as empty when the element has child
 /// elements. A null text argument is one that is not given. A failed operation returns false; failures that
 /// are not announced by `required` being false, and every use of an uninitialized cursor, are logged under
-/// "XmlNode". A cursor is used by the thread that uses its document. What the XML service throws passes
-/// through: a failed allocation, and std::length_error for an element deeper than AdvXMLParser::maximumDepth.
+/// "XmlNode". A cursor is used by the thread that uses its document. Only failed
+/// allocations are thrown.
 class ZUN_API AnXmlNode {
 public:
     AnXmlNode() = default;
@@ -53,7 +53,8 @@ public:
                       wchar_t const* attributeValue = nullptr, wchar_t const* valueName = nullptr,
                       AString* value = nullptr);
 
-    /// Appends a child element, with the attribute when name and value are given.
+    /// Appends a child element, with the attribute when name and value are given. False, logged, for one
+    /// deeper than AdvXMLParser::maximumDepth.
     bool addChild(AnXmlNode* out, wchar_t const* childName, wchar_t const* attributeName = nullptr,
                   wchar_t const* attributeValue = nullptr);
 
@@ -79,7 +80,8 @@ public:
     /// Sets the attributes and the text of `source` here.
     bool copyValues(AnXmlNode const* source);
 
-    /// Appends a copy of `source` with its attributes, text and child elements, all the way down.
+    /// Appends a copy of `source` with its attributes, text and child elements, all the way down; nothing of
+    /// it, with the reason logged, when that would go too deep.
     bool copyAsChild(AnXmlNode const* source);
 
     /// Whether name and text are equal and all attributes of `other` are here with equal values, exactly.
