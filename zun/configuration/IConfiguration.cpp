@@ -3,11 +3,10 @@
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/platform/registry/Registry.h>
 
-#include <boost/thread/locks.hpp>
-#include <boost/thread/recursive_mutex.hpp>
+#include <boost/thread/exceptions.hpp>
 
 #include <dirent.h>
-#include <mutex>
+#include <memory>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -54,17 +53,9 @@ bool isProduct(std::string_view name) {
 
 } // namespace
 
-struct IConfiguration::AgentIniLock {
-    boost::recursive_mutex mutex;
-    boost::unique_lock<boost::recursive_mutex> lock{mutex, boost::defer_lock};
-    /// Guards `lock`, which threads share.
-    std::mutex guard;
-};
-
 IConfiguration* IConfiguration::m_pConfiguration = nullptr;
 
-IConfiguration::IConfiguration()
-    : m_agentIniLock(std::make_unique<AgentIniLock>()), m_agentSoftwareId(zun_software_id) {}
+IConfiguration::IConfiguration() : m_agentSoftwareId(zun_software_id) {}
 
 IConfiguration::~IConfiguration() = default;
 
@@ -164,15 +155,14 @@ bool IConfiguration::setAgentShuttingDown(bool shuttingDown) {
 }
 
 bool IConfiguration::LockAgentIni() {
-    std::lock_guard const guard(m_agentIniLock->guard);
-    m_agentIniLock->lock.lock();
+    if (m_isAgentIniLocked.exchange(true, std::memory_order_acquire))
+        throw boost::lock_error(static_cast<int>(boost::system::errc::resource_deadlock_would_occur),
+                                "boost unique_lock owns already the mutex");
     return true;
 }
 
 bool IConfiguration::UnlockAgentIni() {
-    std::lock_guard const guard(m_agentIniLock->guard);
-    if (m_agentIniLock->lock.owns_lock())
-        m_agentIniLock->lock.unlock();
+    m_isAgentIniLocked.store(false, std::memory_order_release);
     return true;
 }
 

@@ -5,7 +5,6 @@
 #include <array>
 #include <atomic>
 #include <exception>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -123,8 +122,6 @@ public:
     std::wstring GetAgentHotFixVersion() const;
 
 private:
-    struct AgentIniLock;
-
     IConfiguration();
     ~IConfiguration();
 
@@ -132,7 +129,7 @@ private:
 
     static IConfiguration* m_pConfiguration;
 
-    std::unique_ptr<AgentIniLock> const m_agentIniLock;
+    std::atomic<bool> m_isAgentIniLocked{false};
     std::wstring m_installLocation;
     std::wstring m_frameworkDataDirectory;
     std::wstring m_productConfigurationBaseDirectory;

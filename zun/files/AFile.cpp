@@ -149,7 +149,8 @@ bool AFile::writeBytes(unsigned char const* bytes, unsigned long count) {
     CallTrace const trace(group, L"fwrite", std::to_wstring(count).c_str(), m_path);
     if (!requireOpen())
         return false;
-    bool const written = std::fwrite(bytes, 1, count, m_stream) == count && std::fflush(m_stream) == 0;
+    bool const written =
+        (count == 0 || std::fwrite(bytes, 1, count, m_stream) == count) && std::fflush(m_stream) == 0;
     return !logErrnoIf(group, !written);
 }
 

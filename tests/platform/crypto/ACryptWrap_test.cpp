@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <initializer_list>
 #include <string>
 #include <sys/stat.h>
 #include <tests/support/ChildProcess.h>
@@ -108,7 +109,7 @@ TEST_F(ACryptWrapTest, TakesOnlyASafeKeyFile) {
     std::string const key = readFile(m_keyFile);
     std::string const stored = encrypt("x");
 
-    for (mode_t const others : {S_IRGRP, S_IROTH, S_IWGRP, S_IWOTH}) {
+    for (mode_t const others : std::initializer_list<mode_t>{S_IRGRP, S_IROTH, S_IWGRP, S_IWOTH}) {
         ASSERT_EQ(chmod(m_keyFile.c_str(), S_IRUSR | S_IWUSR | others), 0);
         expectKeyIsRefused("open to others");
     }
