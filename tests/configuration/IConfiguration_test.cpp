@@ -127,7 +127,7 @@ TEST_F(IConfigurationTest, IdentityIsReadAnewEachTime) {
     EXPECT_EQ(text, L"\u00E9");
     EXPECT_TRUE(configuration.GetServerKeyHash(text));
     EXPECT_EQ(text, L"ab");
-    for (std::size_t length : {63, 64, 65}) {
+    for (std::size_t length : {63u, 64u, 65u}) {
         setAgentValue("AgentGUID", std::string(length, 'g'));
         EXPECT_TRUE(configuration.GetAgentGUID(text));
         EXPECT_EQ(text, std::wstring(std::min<std::size_t>(length, 64), L'g'));
