@@ -4,8 +4,8 @@
 usage: bench/report.py BUILD RESULT.json...
 
 A benchmark is named <work>/<who>[/variant], "zun" being ours; it is compared with everybody else who did the same
-work. What a comparison has to reach stands in bench/aims.json. Written are BUILD/report.json (all measurements, and
-the machine), BUILD/report.html, and the table on standard output.
+work. What a comparison has to reach stands in bench/aims.json. Written are bench/report.json (all measurements, and
+the machine), bench/report.html, and the table on standard output.
 """
 
 import datetime
@@ -18,6 +18,7 @@ import statistics
 import subprocess
 import sys
 
+HERE = pathlib.Path(__file__).parent
 OURS = "zun"
 # How far a ratio may be beyond its aim and still be taken for noise.
 TOLERANCE = 0.05
@@ -230,20 +231,20 @@ def page(works, rows, words):
 def main(arguments):
     build = pathlib.Path(arguments[0])
     results = [json.loads(pathlib.Path(name).read_text()) for name in arguments[1:]]
-    aims = json.loads((pathlib.Path(__file__).parent / "aims.json").read_text())
+    aims = json.loads((HERE / "aims.json").read_text())
     works = collect(results)
     rows = compare(works, aims)
     machine = describe_machine(build, results)
     repetitions = max(len(measurement.times) for work in works.values() for measurement in work.values())
     words = explanation(machine, rows, aims, repetitions)
 
-    (build / "report.json").write_text(
+    (HERE / "report.json").write_text(
         json.dumps({"machine": machine, "comparisons": rows, "measurements": results}, indent=1))
-    (build / "report.html").write_text(page(works, rows, words))
+    (HERE / "report.html").write_text(page(works, rows, words))
     print_table(rows)
     print()
     print("\n".join(words))
-    print(f"The page: {build / 'report.html'}; the data: {build / 'report.json'}")
+    print("The page: bench/report.html; the data: bench/report.json")
 
 
 if __name__ == "__main__":

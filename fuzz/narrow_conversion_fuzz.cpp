@@ -7,14 +7,9 @@
 #include <cwchar>
 #include <memory>
 #include <string>
+#include <tests/support/Utf8Locale.h>
 
 namespace {
-
-#ifdef __APPLE__
-constexpr char const* utf8Locale = "en_US.UTF-8";
-#else
-constexpr char const* utf8Locale = "C.UTF-8";
-#endif
 
 void require(bool condition) {
     if (!condition)

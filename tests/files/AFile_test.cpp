@@ -9,6 +9,7 @@
 #include <tests/support/LogCapture.h>
 #include <tests/support/OpenDescriptors.h>
 #include <tests/support/TemporaryDirectory.h>
+#include <tests/support/Utf8Locale.h>
 #include <vector>
 
 namespace {
@@ -64,7 +65,7 @@ TEST_F(AFileTest, ReadsLines) {
     EXPECT_THAT(linesOf(std::string(100'000, 'y') + "\nz\n"), ElementsAre(std::wstring(100'000, L'y'), L"z"));
     EXPECT_THAT(m_log.takeLinesAboveDebug(), IsEmpty());
     // Each byte of "\u00e4" by itself is no character, and neither is the byte 0.
-    ASSERT_TRUE(std::setlocale(LC_ALL, "C.UTF-8"));
+    ASSERT_TRUE(std::setlocale(LC_ALL, utf8Locale));
     EXPECT_THAT(linesOf("\xc3\xa4"), ElementsAre(std::wstring(2, L'\0')));
     EXPECT_THAT(linesOf(std::string("a\0b", 3)), ElementsAre(std::wstring(L"a\0b", 3)));
     EXPECT_THAT(m_log.takeLinesAboveDebug(),
@@ -72,7 +73,7 @@ TEST_F(AFileTest, ReadsLines) {
 }
 
 TEST_F(AFileTest, NamesAndLinesInTheLocale) {
-    ASSERT_TRUE(std::setlocale(LC_ALL, "C.UTF-8"));
+    ASSERT_TRUE(std::setlocale(LC_ALL, utf8Locale));
     char const* const name = "a 'b' \"c\" *? [d] \xc3\xa4\xe2\x82\xac";
     for (bool const append : {false, true, true}) {
         EXPECT_TRUE(m_file.openWrite(path(name), append));

@@ -5,15 +5,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <memory>
-#include <random>
 #include <set>
 #include <string>
-#include <tests/support/ChildProcess.h>
+#include <tests/support/KilledWriter.h>
 #include <tests/support/LogCapture.h>
 #include <tests/support/TemporaryDirectory.h>
-#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -138,7 +135,6 @@ TEST_F(AnXmlTest, ConvertsBetweenUtf8AndWideText) {
 }
 
 TEST_F(AnXmlTest, AKilledWriterLeavesTheOldFileOrTheNewOne) {
-    constexpr int rounds = 200;
     std::wstring const file = m_directory.wideFile("file.xml");
     AnXml documents[2];
     std::set<std::string> wholeFiles;
@@ -147,24 +143,8 @@ TEST_F(AnXmlTest, AKilledWriterLeavesTheOldFileOrTheNewOne) {
         ASSERT_TRUE(documents[i].writeFile(file.c_str(), false, true));
         wholeFiles.insert(readFile(m_directory.file("file.xml")));
     }
-    std::mt19937 random(1);
-    std::uniform_int_distribution<int> microseconds(0, 4000);
-    int written[2];
-    ASSERT_EQ(pipe(written), 0);
-    for (int round = 0; round < rounds; ++round) {
-        ChildProcess writer([&] {
-            for (std::size_t count = 0; documents[count % 2].writeFile(file.c_str(), false, true); ++count)
-                if (count == 0 && write(written[1], "w", 1) != 1)
-                    break;
-            return false;
-        });
-        char byte = 0;
-        ASSERT_EQ(read(written[0], &byte, 1), 1);
-        std::this_thread::sleep_for(std::chrono::microseconds(microseconds(random)));
-        writer.kill();
-        ASSERT_TRUE(wholeFiles.contains(readFile(m_directory.file("file.xml")))) << round;
-    }
-    close(written[0]);
-    close(written[1]);
+    killWriterAtRandomMoments(
+        [&](std::size_t count) { return documents[count % 2].writeFile(file.c_str(), false, true); },
+        [&] { return wholeFiles.contains(readFile(m_directory.file("file.xml"))); });
     EXPECT_TRUE(m_xml.useExistingFile(file.c_str(), L"a", L"b"));
 }

@@ -8,14 +8,9 @@
 #include <new>
 #include <string>
 #include <tests/support/LogCapture.h>
+#include <tests/support/Utf8Locale.h>
 
 namespace {
-
-#ifdef __APPLE__
-constexpr char const* utf8Locale = "en_US.UTF-8";
-#else
-constexpr char const* utf8Locale = "C.UTF-8";
-#endif
 
 void useLocale(char const* name) {
     if (!std::setlocale(LC_ALL, name))

@@ -4,13 +4,11 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <ostream>
-#include <random>
 #include <set>
 #include <tests/support/ChildProcess.h>
+#include <tests/support/KilledWriter.h>
 #include <tests/support/TemporaryDirectory.h>
-#include <thread>
 #include <vector>
 
 using orvane_com::zun::helper::toWide;
@@ -99,7 +97,6 @@ TEST_P(SharedStoreTest, ProcessesLoseNoneOfTheirWrites) {
 }
 
 TEST_P(SharedStoreTest, AKilledWriterLeavesTheOldFileOrTheNewOne) {
-    constexpr int rounds = 200;
     std::string const values[] = {std::string(10'000, 'a'), std::string(7'000, 'b')};
     ASSERT_TRUE(set("v", "") && set("other", "kept"));
     std::set<std::string> wholeFiles;
@@ -107,25 +104,8 @@ TEST_P(SharedStoreTest, AKilledWriterLeavesTheOldFileOrTheNewOne) {
         ASSERT_TRUE(set("v", value));
         wholeFiles.insert(readFile(m_file));
     }
-    std::mt19937 random(1);
-    std::uniform_int_distribution<int> microseconds(0, 4000);
-    int written[2];
-    ASSERT_EQ(pipe(written), 0);
-    for (int round = 0; round < rounds; ++round) {
-        ChildProcess writer([&] {
-            for (int count = 0; set("v", values[count % 2]); ++count)
-                if (count == 0 && write(written[1], "w", 1) != 1)
-                    break;
-            return false;
-        });
-        char byte = 0;
-        ASSERT_EQ(read(written[0], &byte, 1), 1);
-        std::this_thread::sleep_for(std::chrono::microseconds(microseconds(random)));
-        writer.kill();
-        ASSERT_TRUE(wholeFiles.contains(readFile(m_file))) << round;
-    }
-    close(written[0]);
-    close(written[1]);
+    killWriterAtRandomMoments([&](std::size_t count) { return set("v", values[count % 2]); },
+                              [&] { return wholeFiles.contains(readFile(m_file)); });
     EXPECT_TRUE(set("v", "free")) << "no lock is left behind";
     EXPECT_EQ(get("v") + get("other"), "freekept");
 }

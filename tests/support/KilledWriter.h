@@ -1,0 +1,38 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstddef>
+#include <random>
+#include <tests/support/ChildProcess.h>
+#include <thread>
+#include <unistd.h>
+
+/// 200 times, kills a process that writes again and again, at a random moment after its first write:
+/// `write(n)` is its n-th one, false when it fails. Asks after each kill whether all that was written is
+/// whole.
+template <typename Write, typename IsWhole>
+void killWriterAtRandomMoments(Write write, IsWhole isWhole) {
+    constexpr int rounds = 200;
+    std::mt19937 random(1);
+    std::uniform_int_distribution<int> microseconds(0, 4000);
+    int written[2];
+    ASSERT_EQ(pipe(written), 0);
+    for (int round = 0; round < rounds && !testing::Test::HasFailure(); ++round) {
+        ChildProcess writer([&] {
+            char const first = write(0) ? 'w' : 'f';
+            if (::write(written[1], &first, 1) == 1)
+                for (std::size_t count = 1; write(count);)
+                    ++count;
+            return false;
+        });
+        char first = 0;
+        EXPECT_TRUE(read(written[0], &first, 1) == 1 && first == 'w');
+        std::this_thread::sleep_for(std::chrono::microseconds(microseconds(random)));
+        writer.kill();
+        EXPECT_TRUE(isWhole()) << "after round " << round;
+    }
+    close(written[0]);
+    close(written[1]);
+}
