@@ -11,6 +11,7 @@
 #include <tests/support/LiteralIni.h>
 #include <tests/support/LogCapture.h>
 #include <tests/support/TemporaryDirectory.h>
+#include <tests/support/Utf8Locale.h>
 #include <thread>
 
 using orvane_com::zun::helper::toNarrow;
@@ -48,6 +49,8 @@ protected:
 };
 
 TEST_F(AnIni2Test, ReadsTheGrammar) {
+    // Which of the characters beyond ASCII are blanks is the locale's to say.
+    setenv("LC_ALL", utf8Locale, 1);
     auto const ini = parse("top = 1\n[ s ] ; remark\n k e;y = a;[b]=c ;d \n;free text\n"
                            "empty =\n[t]u=\xC3\xA4\xE3\x80\x80\n[s]\nempty=now\n[ \t]\nx=blank\nlast=2");
     ASSERT_TRUE(ini->parsed());

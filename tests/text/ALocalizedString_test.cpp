@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <tests/support/LogCapture.h>
 #include <tests/support/TemporaryDirectory.h>
+#include <tests/support/Utf8Locale.h>
 
 using testing::Contains;
 using testing::EndsWith;
@@ -34,7 +35,8 @@ protected:
         std::string const compiled = m_directory.file("messages");
         writeFile(m_directory.file("source"),
                   "$set 1\n$quote \"\n1 \"Copied %1 files\"\n2 \"\"\n3 \"\xc3\xa9\xe4\xb8\xad\"\n4 \"a~\"\n");
-        std::string const command = "gencat " + compiled + " " + m_directory.file("source");
+        std::string const command =
+            std::string("LC_ALL=") + utf8Locale + " gencat " + compiled + " " + m_directory.file("source");
         EXPECT_EQ(std::system(command.c_str()), 0) << command;
         // The compiler refuses what is not text.
         std::string bytes = readFile(compiled);
