@@ -136,7 +136,7 @@ TEST_F(IConfigurationTest, IdentityIsReadAnewEachTime) {
 }
 
 TEST_F(IConfigurationTest, ProductsAreTheDirectoriesThatAreNoUpdates) {
-    writeConfiguration("");
+    writeConfiguration("<InstalledPath>" + installed() + "</InstalledPath>");
     ASSERT_TRUE(setUp());
     for (char const* const name : {"CMNUPD__3000", "CMDAGENT1000", "CMDAGENX1000"})
         std::filesystem::create_directory(directory.file(std::string("etc/") + name));
