@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
-#include <tests/linux/AllocationCount.h>
+#include <tests/support/Allocations.h>
 #include <tests/support/LogCapture.h>
 #include <thread>
 

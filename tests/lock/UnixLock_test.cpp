@@ -19,6 +19,8 @@
 #include <sys/sem.h>
 #include <sys/wait.h>
 #include <tests/support/LogCapture.h>
+#include <tests/support/OpenDescriptors.h>
+#include <tests/support/PrivateRoot.h>
 #include <thread>
 #include <unistd.h>
 
@@ -39,18 +41,12 @@ key_t keyOf(std::string const& path) {
 class UnixLockTest : public testing::Test {
 protected:
     UnixLockTest() {
-        std::filesystem::create_directories(m_root.path() + lockDirectory);
-        std::filesystem::create_directories(m_root.path() + testing::TempDir());
-        m_isRoot = chroot(m_root.path().c_str()) == 0 && chdir("/") == 0;
+        if (m_root.isEntered())
+            std::filesystem::create_directories(lockDirectory);
     }
-    ~UnixLockTest() override {
-        if (m_isRoot && (fchdir(m_oldRoot) != 0 || chroot(".") != 0))
-            std::abort();
-        close(m_oldRoot);
-        munmap(m_seen, inodes);
-    }
+    ~UnixLockTest() override { munmap(m_seen, inodes); }
     void SetUp() override {
-        if (!m_isRoot)
+        if (!m_root.isEntered())
             GTEST_SKIP() << "only the super-user may have " << lockDirectory
                          << " in a root directory of its own";
     }
@@ -106,20 +102,11 @@ protected:
 private:
     static constexpr key_t inodes = 0x10000;
 
-    int const m_oldRoot = open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    TemporaryDirectory m_root;
-    bool m_isRoot;
+    PrivateRoot const m_root;
     bool* const m_seen =
         static_cast<bool*>(mmap(nullptr, inodes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANON, -1, 0));
     std::optional<LogCapture> m_log;
 };
-
-int countDescriptors() {
-    int open = 0;
-    for (int descriptor = 0; descriptor < 1024; ++descriptor)
-        open += fcntl(descriptor, F_GETFD) != -1;
-    return open;
-}
 
 TEST_F(UnixLockTest, ObjectsOnANameShareOneSetWhileThereAreAny) {
     startLog();
@@ -261,14 +248,14 @@ TEST_F(UnixLockTest, ProcessesCountExactlyWhileTheSetComesAndGoes) {
     std::vector<pid_t> children;
     for (int process = 0; process < processes; ++process)
         children.push_back(start([&] {
-            int const descriptors = countDescriptors();
+            int const descriptors = openDescriptors();
             for (int round = 0; round < rounds; ++round) {
                 InterProcessWriteLock lock("agent");
                 if (!lock.lock(0) || !addOne())
                     return false;
                 noteKey();
             }
-            return countDescriptors() == descriptors;
+            return openDescriptors() == descriptors;
         }));
     for (pid_t const child : children)
         EXPECT_TRUE(join(child));

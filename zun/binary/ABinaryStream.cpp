@@ -96,8 +96,9 @@ int ABinaryStream::readString(int width, AString& out) {
         out = L"";
         return 0;
     }
-    ACharString const field(reinterpret_cast<char const*>(take(static_cast<unsigned long>(width))), width);
+    ACharString const field(reinterpret_cast<char const*>(getPointer()), width);
     out = static_cast<char const*>(field);
+    take(static_cast<unsigned long>(width));
     return width;
 }
 
@@ -105,8 +106,9 @@ int ABinaryStream::readString(int width, std::string& out) {
     out.clear();
     if (pastEndWith(static_cast<unsigned long>(width)))
         return 0;
-    unsigned char const* const field = take(static_cast<unsigned long>(width));
+    unsigned char const* const field = getPointer();
     out.assign(field, std::find(field, field + width, 0));
+    take(static_cast<unsigned long>(width));
     return width;
 }
 
@@ -115,7 +117,8 @@ int ABinaryStream::readBuffer(int count, AnObjectBuffer<unsigned char>& out) {
         out.shrinkTo(0);
         return 0;
     }
-    out.allocate(static_cast<unsigned long>(count), take(static_cast<unsigned long>(count)));
+    out.allocate(static_cast<unsigned long>(count), getPointer());
+    take(static_cast<unsigned long>(count));
     return count;
 }
 

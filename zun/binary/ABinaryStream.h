@@ -12,7 +12,8 @@
 /// An access that would leave the block touches nothing, sets a flag that stays set until setPointer, and
 /// from then on every access is skipped; each still counts its size. So record code asks once, at a record's
 /// end, with pastEndError. A negative count or width is such an overrun. Nothing but pastEndError logs, short
-/// of text that cannot be converted. One thread at a time.
+/// of text that cannot be converted. An access that throws std::bad_alloc leaves the position where it was.
+/// One thread at a time.
 class ZUN_API ABinaryStream {
 public:
     /// Without a block.

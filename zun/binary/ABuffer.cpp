@@ -1,11 +1,12 @@
 #include <zun/binary/ABuffer.h>
 #include <zun/linux/log.h>
-#include <zun/text/AString.h>
 
 #include <algorithm>
 #include <cstring>
+#include <cwchar>
 #include <exception>
 #include <functional>
+#include <iterator>
 #include <optional>
 
 namespace {
@@ -19,8 +20,10 @@ bool tryTo(Operation operation, unsigned long requested) {
         operation();
         return true;
     } catch (std::exception const& failure) {
-        AString message(L"Exception ");
-        message << failure.what() << L" trying to allocate " << requested << L" bytes";
+        // Where memory is short, the report takes none.
+        wchar_t message[256] = L"";
+        std::swprintf(message, std::size(message), L"Exception %s trying to allocate %u bytes",
+                      failure.what(), static_cast<unsigned int>(requested));
         logError(group, message);
         return false;
     }

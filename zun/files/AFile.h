@@ -35,7 +35,7 @@ public:
 
     /// The bytes up to the next line feed, each converted by itself as AString does with a char; a carriage
     /// return belongs to them. The line feed of the last line may be missing. False at the end of the file
-    /// too.
+    /// too. A line that there is no memory for is passed over, with false or std::bad_alloc.
     bool readLine(AString& line);
 
     /// Writes the line and a line feed, and passes them to the system.

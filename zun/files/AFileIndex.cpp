@@ -1,6 +1,7 @@
 #include <zun/files/AFileIndex.h>
 #include <zun/files/APath.h>
 #include <zun/files/CallTrace.h>
+#include <zun/platform/helper/globErrors.h>
 #include <zun/text/ACharString.h>
 
 #include <cerrno>
@@ -26,7 +27,7 @@ bool AFileIndex::open(bool complainIfNone, wchar_t const* directory, wchar_t con
     joinPath(&patternPath, directory, pattern);
     CallTrace const trace(group, L"glob", patternPath);
     int const result = glob(ACharString(static_cast<wchar_t const*>(patternPath)), GLOB_MARK | GLOB_NOSORT,
-                            nullptr, &m_matches);
+                            orvane_com::zun::helper::stopWithoutMemory, &m_matches);
     if (result == 0) {
         m_next = m_matches.gl_pathv;
         return true;
@@ -37,7 +38,7 @@ bool AFileIndex::open(bool complainIfNone, wchar_t const* directory, wchar_t con
     }
     if (result == GLOB_NOMATCH)
         errno = ENOENT;
-    else if (result == GLOB_NOSPACE)
+    else if (result == GLOB_NOSPACE || result == GLOB_ABORTED)
         errno = ENOMEM;
     logErrno(group);
     close();
@@ -47,7 +48,7 @@ bool AFileIndex::open(bool complainIfNone, wchar_t const* directory, wchar_t con
 bool AFileIndex::moveNext(AString* path, bool* isDirectory, AString* name, unsigned long* size) {
     if (!m_next || !*m_next)
         return false;
-    AString match(*m_next++);
+    AString match(*m_next);
     std::wstring& text = match.cpp_str();
     bool const marked = !text.empty() && text.back() == L'/';
     if (marked)
@@ -60,6 +61,7 @@ bool AFileIndex::moveNext(AString* path, bool* isDirectory, AString* name, unsig
         *size = 0;
     if (path)
         *path = std::move(match);
+    ++m_next;
     return true;
 }
 

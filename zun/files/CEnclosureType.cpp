@@ -5,8 +5,9 @@
 #ifdef __APPLE__
 #include <sys/sysctl.h>
 #else
+#include <zun/platform/helper/WholeFile.h>
+
 #include <algorithm>
-#include <fstream>
 #endif
 
 namespace {
@@ -27,10 +28,9 @@ bool hasPortableChassis() {
 #else
 
 std::string firstLine(char const* path) {
-    std::string line;
-    std::ifstream file(path);
-    std::getline(file, line);
-    return line;
+    std::string text;
+    orvane_com::zun::helper::readWholeFile(path, text);
+    return text.substr(0, text.find('\n'));
 }
 
 std::string modelName() {

@@ -4,8 +4,13 @@
 #include <boost/thread/tss.hpp>
 
 #include <cerrno>
-#include <string>
-#include <system_error>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+#include <exception>
+#include <iterator>
+#include <memory>
+#include <type_traits>
 
 namespace logger = orvane_com::zun::logger;
 
@@ -27,7 +32,11 @@ public:
 private:
     [[gnu::noinline]] static void write(LogLevel level, wchar_t const* group, wchar_t const* message,
                                         wchar_t const* before, wchar_t const* after) {
-        ILogger::GetLogger()->writeGroupLine(level, group, {before, message, after});
+        try {
+            ILogger::GetLogger()->writeGroupLine(level, group, {before, message, after});
+        } catch (std::exception const&) {
+            // There is no memory for the logger itself.
+        }
     }
 };
 
@@ -39,6 +48,27 @@ boost::thread_specific_ptr<ATraceStack>& threadStacks() {
     static auto* const t_Stack = new boost::thread_specific_ptr<ATraceStack>;
     return *t_Stack;
 }
+
+/// The system's text for an error number, in room of its own: what reports that memory is short needs none.
+class ErrorText {
+public:
+    explicit ErrorText(int error) {
+        char room[std::extent_v<decltype(m_wide)>] = "";
+        std::size_t const count =
+            std::mbstowcs(m_wide, narrow(strerror_r(error, room, sizeof room), room), std::size(m_wide) - 1);
+        if (count == static_cast<std::size_t>(-1))
+            std::swprintf(m_wide, std::size(m_wide), L"error %d", error);
+    }
+
+    wchar_t const* wide() const { return m_wide; }
+
+private:
+    // There are two strerror_r(3): one returns the text, the other a result.
+    static char const* narrow(char const* text, char const*) { return text; }
+    [[maybe_unused]] static char const* narrow(int, char const* room) { return room; }
+
+    wchar_t m_wide[256] = L"";
+};
 
 } // namespace
 
@@ -59,7 +89,14 @@ void logErrorNoStack(wchar_t const* group, wchar_t const* message) {
 }
 
 void logError(wchar_t const* group, wchar_t const* message) {
-    getThreadTraceStack()->log(group, message);
+    ATraceStack const none;
+    ATraceStack const* stack = &none;
+    try {
+        stack = getThreadTraceStack();
+    } catch (std::exception const&) {
+        // Without memory for a stack the thread has no traces either.
+    }
+    stack->log(group, message);
 }
 
 void logInternalError(wchar_t const* group, wchar_t const* message) {
@@ -72,7 +109,8 @@ void logResult(wchar_t const* group, wchar_t const* message) {
 
 void logErrno(wchar_t const* group) {
     int const error = errno;
-    logError(group, AString(std::generic_category().message(error).c_str()));
+    ErrorText const text(error);
+    logError(group, text.wide());
     errno = error;
 }
 
@@ -187,7 +225,10 @@ void ATraceStack::log(wchar_t const* group, wchar_t const* message) const {
 
 ATraceStack* getThreadTraceStack() {
     boost::thread_specific_ptr<ATraceStack>& stacks = threadStacks();
-    if (!stacks.get())
-        stacks.reset(new ATraceStack);
+    if (!stacks.get()) {
+        auto stack = std::make_unique<ATraceStack>();
+        stacks.reset(stack.get());
+        stack.release();
+    }
     return stacks.get();
 }

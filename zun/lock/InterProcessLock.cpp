@@ -1,5 +1,9 @@
+#include <zun/linux/log.h>
 #include <zun/lock/InterProcessLock.h>
 #include <zun/lock/UnixLock.h>
+
+#include <exception>
+#include <new>
 
 namespace orvane_com::zun::lock {
 
@@ -7,7 +11,9 @@ template <Hold hold>
 InterProcessLock<hold>::InterProcessLock(std::string const& name) {
     try {
         m_lock = std::make_unique<UnixLock>(name);
-    } catch (...) { // logged by the lock
+    } catch (std::bad_alloc const&) {
+        logError(L"IPLock", L"Not enough memory for the lock");
+    } catch (std::exception const&) { // logged by the lock
     }
 }
 

@@ -185,7 +185,10 @@ UnixLock::~UnixLock() {
         if (mayRemove)
             removeIfUnused(m_id, m_path);
     } else {
-        logNarrowError("Failed to decrease the refrence count " + m_path);
+        try {
+            logNarrowError("Failed to decrease the refrence count " + m_path);
+        } catch (std::bad_alloc const&) { // a destructor lets nothing through
+        }
         if (mayRemove)
             removeFileWithoutSet(m_path);
     }

@@ -23,7 +23,7 @@ class ZUN_API UnixLock : public ILock {
 public:
     /// Only the super-user's sets are shared: one that another user owns or made, or that its owner may
     /// neither read nor alter, is replaced by a new one. Throws std::exception, after an error was logged,
-    /// when the lock file or the set cannot be had.
+    /// when the lock file or the set cannot be had, and std::bad_alloc.
     explicit UnixLock(std::string const& name);
 
     /// A failure is logged.

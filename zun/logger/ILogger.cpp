@@ -13,6 +13,7 @@
 #include <limits>
 #include <locale>
 #include <map>
+#include <new>
 #include <pthread.h>
 #include <sstream>
 #include <unistd.h>
@@ -168,10 +169,24 @@ void fillPlaces(std::wstring& text, std::vector<std::wstring> const& arguments) 
 
 /// A blank text changes nothing.
 template <typename Value>
-void readPolicy(std::wstring const& text, Value& value) {
+Value readPolicy(std::wstring const& text, Value value) {
     std::wistringstream stream(text);
     stream.imbue(std::locale::classic());
     stream >> value;
+    if (stream.bad())
+        throw std::bad_alloc();
+    return value;
+}
+
+/// False when the action threw: those who log have other work to do than to see to that.
+template <typename Action>
+bool isDoneWithoutException(Action const& action) {
+    try {
+        action();
+        return true;
+    } catch (std::exception const&) {
+        return false;
+    }
 }
 
 } // namespace
@@ -232,6 +247,31 @@ struct ILogger::State {
         append(note);
     }
 
+    /// Rotates the files that are over the limit.
+    void rotate() {
+        if (!m_bRotationEnabled)
+            return;
+        std::vector<std::wstring> tooLarge;
+        for (auto const& [path, file] : m_logFiles)
+            if (file.examine(sizeLimit()) == LogFile::Condition::TooLarge)
+                tooLarge.push_back(path);
+        for (std::wstring const& path : tooLarge) {
+            auto found = m_logFiles.find(path);
+            if (found == m_logFiles.end())
+                continue;
+            RotationRight const right(found->second.path());
+            if (!right.isHeld() || found->second.examine(sizeLimit()) != LogFile::Condition::TooLarge)
+                continue;
+            if (m_bLoggingEnabled) {
+                writeRotationNote();
+                found = m_logFiles.find(path);
+            }
+            auto const backups = static_cast<std::int32_t>(m_numberOfBackupLogs);
+            if (found != m_logFiles.end() && !found->second.rotate(backups))
+                m_logFiles.erase(found);
+        }
+    }
+
     /// Keeps the line's room for the next one, short of what a rare giant took.
     void clearLine() {
         constexpr std::size_t kept = 64 * 1024;
@@ -260,7 +300,8 @@ void ILogger::writeLine(LogLevel level, BuildLine const& buildLine) {
     if (!passes(level))
         return;
     ErrnoKeeper const errnoKeeper;
-    try {
+    // A message that cannot be written is lost.
+    isDoneWithoutException([&] {
         boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
         if (!m_state->m_bLoggingEnabled || m_bStopped || !passes(level))
             return;
@@ -269,9 +310,7 @@ void ILogger::writeLine(LogLevel level, BuildLine const& buildLine) {
             logRotate();
         }
         m_state->write(buildLine);
-    } catch (std::exception const&) {
-        // A message that cannot be written is lost: the caller has its own work to do.
-    }
+    });
 }
 
 ILogger* ILogger::m_pLogger = nullptr;
@@ -290,15 +329,16 @@ void ILogger::FreeLogger() {
     delete std::exchange(m_pLogger, nullptr);
 }
 
-bool ILogger::attach(std::wstring const& path) try {
+bool ILogger::attach(std::wstring const& path) {
     boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
-    LogFile file(helper::toNarrow(path));
-    if (!file.isOpen())
-        return false;
-    m_state->m_logFiles.try_emplace(path, std::move(file));
-    return true;
-} catch (std::exception const&) {
-    return false;
+    bool isOpen = false;
+    return isDoneWithoutException([&, this] {
+               LogFile file(helper::toNarrow(path));
+               isOpen = file.isOpen();
+               if (isOpen)
+                   m_state->m_logFiles.try_emplace(path, std::move(file));
+           }) &&
+           isOpen;
 }
 
 bool ILogger::detach(std::wstring const& path) {
@@ -349,12 +389,14 @@ void ILogger::logMessage(LogLevel const& level, eComponent const& component, lon
                          wchar_t const* argument10) {
     if (!passes(level))
         return;
-    MultiArgs arguments;
-    for (wchar_t const* const argument : {argument1, argument2, argument3, argument4, argument5, argument6,
-                                          argument7, argument8, argument9, argument10})
-        if (argument)
-            arguments.add(std::wstring(argument));
-    logMessage(level, component, id, arguments);
+    isDoneWithoutException([&, this] {
+        MultiArgs arguments;
+        for (wchar_t const* const argument : {argument1, argument2, argument3, argument4, argument5,
+                                              argument6, argument7, argument8, argument9, argument10})
+            if (argument)
+                arguments.add(std::wstring(argument));
+        logMessage(level, component, id, arguments);
+    });
 }
 
 std::wstring ILogger::getLogLevelString(LogLevel const& level) {
@@ -394,48 +436,34 @@ bool ILogger::isDetailLoggingEnabled() {
 
 bool ILogger::logRotate() {
     boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
-    if (!m_state->m_bRotationEnabled)
-        return true;
-    std::vector<std::wstring> tooLarge;
-    for (auto const& [path, file] : m_state->m_logFiles)
-        if (file.examine(m_state->sizeLimit()) == LogFile::Condition::TooLarge)
-            tooLarge.push_back(path);
-    for (std::wstring const& path : tooLarge) {
-        auto found = m_state->m_logFiles.find(path);
-        if (found == m_state->m_logFiles.end())
-            continue;
-        RotationRight const right(found->second.path());
-        if (!right.isHeld() || found->second.examine(m_state->sizeLimit()) != LogFile::Condition::TooLarge)
-            continue;
-        if (m_state->m_bLoggingEnabled) {
-            m_state->writeRotationNote();
-            found = m_state->m_logFiles.find(path);
-        }
-        auto const backups = static_cast<std::int32_t>(m_state->m_numberOfBackupLogs);
-        if (found != m_state->m_logFiles.end() && !found->second.rotate(backups))
-            m_state->m_logFiles.erase(found);
-    }
+    // What there is no memory for is done before a later line.
+    isDoneWithoutException([this] { m_state->rotate(); });
     return true;
 }
 
 void ILogger::checkAndFixMissingFiles() {
-    std::vector<std::wstring> gone;
-    for (auto const& [path, file] : m_state->m_logFiles)
-        if (file.examine(std::numeric_limits<std::int64_t>::max()) == LogFile::Condition::Gone)
-            gone.push_back(path);
-    m_state->reopen(gone);
+    boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
+    isDoneWithoutException([this] {
+        std::vector<std::wstring> gone;
+        for (auto const& [path, file] : m_state->m_logFiles)
+            if (file.examine(std::numeric_limits<std::int64_t>::max()) == LogFile::Condition::Gone)
+                gone.push_back(path);
+        m_state->reopen(gone);
+    });
 }
 
 bool ILogger::Start() {
     boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
     m_bStopped = false;
-    return MessageResource::initialize();
+    bool isTableOpen = false;
+    isDoneWithoutException([&] { isTableOpen = MessageResource::initialize(); });
+    return isTableOpen;
 }
 
 bool ILogger::Stop() {
     constexpr long stoppingSubsystem = 0x4031;
     boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
-    logMessage(Info, Management, stoppingSubsystem, MultiArgs(std::wstring(L"Logger")));
+    logMessage(Info, Management, stoppingSubsystem, L"Logger");
     m_bStopped = true;
     return true;
 }
@@ -451,11 +479,16 @@ bool ILogger::EnforcePolicy() {
 bool ILogger::EnforcePolicy(std::wstring const& loggingEnabled, std::wstring const& detailLogging,
                             std::wstring const& rotationEnabled, std::wstring const& maxLogFileSize) {
     boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
-    readPolicy(loggingEnabled, m_state->m_bLoggingEnabled);
-    readPolicy(detailLogging, m_state->m_bDetailLogging);
-    readPolicy(rotationEnabled, m_state->m_bRotationEnabled);
-    readPolicy(maxLogFileSize, m_state->m_maxLogFileSize);
-    return setMinLogLevel(m_state->m_bDetailLogging ? Debug : Info);
+    return isDoneWithoutException([&, this] {
+        bool const logs = readPolicy(loggingEnabled, m_state->m_bLoggingEnabled);
+        bool const logsDetails = readPolicy(detailLogging, m_state->m_bDetailLogging);
+        bool const rotates = readPolicy(rotationEnabled, m_state->m_bRotationEnabled);
+        m_state->m_maxLogFileSize = readPolicy(maxLogFileSize, m_state->m_maxLogFileSize);
+        m_state->m_bLoggingEnabled = logs;
+        m_state->m_bDetailLogging = logsDetails;
+        m_state->m_bRotationEnabled = rotates;
+        setMinLogLevel(logsDetails ? Debug : Info);
+    });
 }
 
 } // namespace orvane_com::zun::logger

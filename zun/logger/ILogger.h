@@ -49,8 +49,9 @@ namespace orvane_com::zun::logger {
 /// by one write, and a rotation is done by one process at a time.
 ///
 /// Any thread may call any member except GetLogger's first call and FreeLogger; the child that a process of
-/// several threads forks may call none. No member throws or reports a failed write: a line that cannot be
-/// written is lost, a file that cannot be reopened is detached.
+/// several threads forks may call none. No member reports a failed write: a line that cannot be written, for
+/// want of memory too, is lost, a file that cannot be reopened is detached. None throws, but that GetLogger's
+/// first call and what returns a text may throw std::bad_alloc.
 class ZUN_API ILogger final : public subsystem::ISubsystem {
 public:
     /// The process's logger, made on first use: stopped, at level Info, without files.
@@ -127,7 +128,8 @@ public:
 
     /// Takes the logging policy from four texts: three numbers read as booleans and a size in KiB. A text
     /// that is no number reads as false or 0, a number that is neither 0 nor 1 as true, a blank text changes
-    /// nothing. Detail logging sets the minimum level to Debug, otherwise it becomes Info. Returns true.
+    /// nothing. Detail logging sets the minimum level to Debug, otherwise it becomes Info. Returns true;
+    /// false, with the policy as it was, only when there is no memory to read it.
     bool EnforcePolicy(std::wstring const& loggingEnabled, std::wstring const& detailLogging,
                        std::wstring const& rotationEnabled, std::wstring const& maxLogFileSize);
 

@@ -1,5 +1,6 @@
 #include <zun/logger/LogFile.h>
 #include <zun/platform/helper/CommonHelper.h>
+#include <zun/platform/helper/globErrors.h>
 
 #include <algorithm>
 #include <charconv>
@@ -8,11 +9,13 @@
 #include <functional>
 #include <glob.h>
 #include <memory>
+#include <new>
 #include <optional>
 #include <sys/file.h>
 #ifdef __linux__
 #include <sys/sysmacros.h>
 #endif
+#include <utility>
 #include <vector>
 
 namespace orvane_com::zun::logger {
@@ -63,7 +66,11 @@ public:
         glob_t found{};
         std::unique_ptr<glob_t, void (*)(glob_t*)> const owner(&found, globfree);
         std::vector<std::int32_t> numbers;
-        if (glob((literal(m_before) + "*" + literal(m_after)).c_str(), GLOB_NOSORT, nullptr, &found) != 0)
+        int const result = glob((literal(m_before) + "*" + literal(m_after)).c_str(), GLOB_NOSORT,
+                                helper::stopWithoutMemory, &found);
+        if (result == GLOB_NOSPACE || result == GLOB_ABORTED)
+            throw std::bad_alloc();
+        if (result != 0)
             return numbers;
         for (std::size_t i = 0; i < found.gl_pathc; ++i)
             if (std::optional<std::int32_t> const number = numberOf(found.gl_pathv[i]);
@@ -146,13 +153,17 @@ bool LogFile::append(std::string_view lines) {
 }
 
 bool LogFile::rotate(std::int32_t backups) {
-    m_file.close();
+    // All the names first: a rotation that stops half-way would overwrite a generation when it is repeated.
+    std::vector<std::pair<std::string, std::string>> moves;
     if (backups > 0) {
         Generations const generations(m_path);
         for (std::int32_t const number : generations.existing(backups))
-            std::rename(generations.path(number).c_str(), generations.path(number + 1).c_str());
-        std::rename(m_path.c_str(), generations.path(1).c_str());
+            moves.emplace_back(generations.path(number), generations.path(number + 1));
+        moves.emplace_back(m_path, generations.path(1));
     }
+    m_file.close();
+    for (auto const& [from, to] : moves)
+        std::rename(from.c_str(), to.c_str());
     return open();
 }
 

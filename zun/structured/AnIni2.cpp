@@ -50,16 +50,21 @@ AnIni2::AnIni2(AString const& fileName) : AnIni(fileName), m_settings(std::make_
 }
 
 AnIni2::~AnIni2() {
-    AnIni2::close();
+    try {
+        write();
+    } catch (std::exception const&) {
+        logError(group, L"Not enough memory to write the changes");
+    }
 }
 
 void AnIni2::initialize() {
     m_parsed = parse();
+    // What was read is no change; nor must it become one if what follows fails.
+    m_modified = false;
     if (!m_parsed) {
         logInternalError(group, notParsed);
         m_settings = std::make_unique<IniSettings>();
     }
-    m_modified = false;
 }
 
 void AnIni2::open(AString const& fileName) {
@@ -69,8 +74,9 @@ void AnIni2::open(AString const& fileName) {
 }
 
 void AnIni2::close() {
+    auto none = std::make_unique<IniSettings>();
     write();
-    m_settings = std::make_unique<IniSettings>();
+    m_settings = std::move(none);
     m_parsed = false;
     AnIni::close();
 }
@@ -126,7 +132,6 @@ bool AnIni2::getIniMap(IniMap& out) {
 void AnIni2::write() {
     if (!m_modified)
         return;
-    m_modified = false;
     std::wstring text;
     std::optional<std::wstring_view> lastSection;
     for (auto const& [section, key, value] : m_settings->inOrder()) {
@@ -142,12 +147,13 @@ void AnIni2::write() {
     constexpr unsigned newFileMode = 0666;
     std::string const path = static_cast<char const*>(ACharString(fileName()));
     helper::FileLock const lock(path, newFileMode);
-    if (!lock.isHeld())
-        return;
-    std::setlocale(LC_ALL, "");
-    AnObjectBuffer<unsigned char> bytes;
-    if (AnXml::convertUnicodeToUtf8(text.c_str(), bytes))
-        helper::replaceWholeFile(path, bytes.cpp_str().c_str(), newFileMode);
+    if (lock.isHeld()) {
+        std::setlocale(LC_ALL, "");
+        AnObjectBuffer<unsigned char> bytes;
+        if (AnXml::convertUnicodeToUtf8(text.c_str(), bytes))
+            helper::replaceWholeFile(path, bytes.cpp_str().c_str(), newFileMode);
+    }
+    m_modified = false;
 }
 
 /// False, logged, when the file can be opened but not be read, and when it is no UTF-8.
@@ -220,6 +226,7 @@ bool AnIni2::parse() {
         processEOF(state, section, key, value);
         return state == LineStart;
     } catch (std::exception const& exception) {
+        m_modified = false;
         AString message;
         message << L"Exception " << exception.what() << L" trying to parse " << fileName();
         logInternalError(group, message);
@@ -227,22 +234,25 @@ bool AnIni2::parse() {
     return false;
 }
 
-void AnIni2::insert(std::wstring_view section, std::wstring_view key, std::wstring_view value) {
+/// False, logged, when there is no memory for the setting.
+bool AnIni2::insert(std::wstring_view section, std::wstring_view key, std::wstring_view value) {
     if (key.empty() && (section.empty() || !value.empty())) {
         AString message;
         message << L"Unable to insert " << std::wstring(section) << L", " << std::wstring(key) << L", and "
                 << std::wstring(value) << L" into the map.";
         logInternalError(group, message);
-        return;
+        return true;
     }
     try {
         if (m_settings->insert(section, key, value))
             m_modified = true;
+        return true;
     } catch (std::exception const& exception) {
         AString message;
         message << L"Exception " << exception.what() << L" trying to insert " << std::wstring(section)
                 << L", " << std::wstring(key) << L", and " << std::wstring(value) << L" into the map";
         logInternalError(group, message);
+        return false;
     }
 }
 
@@ -337,8 +347,8 @@ void AnIni2::processEOF(State& state, std::wstring_view section, std::wstring_vi
         return;
     removeLeadingWhiteSpace(value);
     removeTrailingWhiteSpace(value);
-    insert(section, key, value);
-    state = LineStart;
+    // Written back without it, the file would lose it too.
+    state = insert(section, key, value) ? LineStart : Failed;
 }
 
 void AnIni2::fail(State& state, wchar_t const* reason, int line) const {

@@ -51,10 +51,11 @@ public:
     /// False, with an empty value, when the setting does not exist, which is logged when it is `required`.
     bool get(bool required, AString const& section, AString const& key, AString& value) override;
 
-    /// Closes.
+    /// Closes; changes that there is no memory to write are lost, which is logged.
     ~AnIni2() override;
 
-    /// Closes, then reads the file.
+    /// Closes, then reads the file. After a std::bad_alloc nothing is open, or, when closing threw it, what
+    /// was.
     void open(AString const& fileName) override;
 
     /// Writes the changes, then forgets settings and file name.
@@ -74,7 +75,7 @@ public:
 
     /// Writes the changes, if there are any: sections and keys in ascending order, no comments. A reader of
     /// the file sees it before the write or after it. A failure is not reported, and the changes are no
-    /// longer taken for any.
+    /// longer taken for any; only a std::bad_alloc leaves them for the next write.
     void write();
 
 private:
@@ -83,7 +84,7 @@ private:
     void initialize();
     bool parse();
     bool readText(AString& text) const;
-    void insert(std::wstring_view section, std::wstring_view key, std::wstring_view value);
+    bool insert(std::wstring_view section, std::wstring_view key, std::wstring_view value);
 
     static void removeLeadingWhiteSpace(std::wstring_view& text);
     static void removeTrailingWhiteSpace(std::wstring_view& text);

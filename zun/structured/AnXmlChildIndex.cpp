@@ -18,10 +18,10 @@ bool AnXmlChildIndex::set(AnXmlNode const* parent, wchar_t const* childName) {
         logInternalError(group, L"Used uninitialized node");
         return false;
     }
-    m_parent = element;
-    m_next = std::make_unique<AdvXMLParser::Iterator<AdvXMLParser::Element>>(element->Begin());
     if (childName != nullptr)
         m_name = childName;
+    m_parent = element;
+    m_next = std::make_unique<AdvXMLParser::Iterator<AdvXMLParser::Element>>(element->Begin());
     return true;
 }
 
@@ -35,9 +35,9 @@ bool AnXmlChildIndex::moveNext(wchar_t const* valueName, AString* value) {
     if (next == m_parent->End())
         return false;
     m_element = &*next;
-    ++next;
     if (valueName != nullptr && value != nullptr)
         tryGetValue(valueName, value);
+    ++next;
     return true;
 }
 

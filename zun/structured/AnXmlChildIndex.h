@@ -22,7 +22,7 @@ public:
     bool set(AnXmlNode const* parent, wchar_t const* childName = nullptr);
 
     /// Goes to the next child and reads a value of it, when name and output are given, as tryGetValue. False
-    /// after the last.
+    /// after the last. A std::bad_alloc leaves the child for the next call.
     bool moveNext(wchar_t const* valueName = nullptr, AString* value = nullptr);
 
     /// Deletes the child that moveNext returned: the next moveNext goes to the one that followed it. Until

@@ -81,6 +81,22 @@ bool containsChildren(Element const& element, Element const& other) {
     return true;
 }
 
+/// Takes a node that was added out of its document again unless it is kept.
+class Addition {
+public:
+    explicit Addition(AdvXMLParser::Node* node) : m_node(node) {}
+    Addition(Addition const&) = delete;
+    Addition& operator=(Addition const&) = delete;
+    ~Addition() {
+        if (m_node != nullptr)
+            m_node->Delete();
+    }
+    void keep() { m_node = nullptr; }
+
+private:
+    AdvXMLParser::Node* m_node;
+};
+
 /// Null, logged, when the document cannot take another element there.
 Element* addElement(Element& parent, std::wstring_view name) {
     try {
@@ -201,11 +217,13 @@ bool AnXmlNode::addChild(AnXmlNode* out, wchar_t const* childName, wchar_t const
     Element* const added = addElement(*m_element, viewOf(childName));
     if (added == nullptr)
         return false;
+    Addition addition(added);
     AnXmlNode child(*added);
     if (attributeName != nullptr && attributeValue != nullptr)
         child.setValue(attributeName, attributeValue);
     if (out != nullptr)
         out->m_element = child.m_element;
+    addition.keep();
     return true;
 }
 
@@ -216,25 +234,31 @@ bool AnXmlNode::setValue(wchar_t const* name, wchar_t const* value) {
         logInternalError(group, L"No attribute named NULL");
         return false;
     }
-    if (*name == L'\0')
+    if (*name == L'\0') {
         m_element->SetValue(viewOf(value));
-    else if (Attribute* const attribute = m_element->GetAttribute(name))
+    } else if (Attribute* const attribute = m_element->GetAttribute(name)) {
         attribute->SetValue(viewOf(value));
-    else
-        m_element->CreateAttribute(name).AddText(viewOf(value));
+    } else {
+        Attribute& added = m_element->CreateAttribute(name);
+        Addition addition(&added);
+        added.AddText(viewOf(value));
+        addition.keep();
+    }
     return true;
 }
 
 bool AnXmlNode::setChild(AnXmlNode* out, wchar_t const* childName, wchar_t const* attributeName,
                          wchar_t const* attributeValue, wchar_t const* valueName, wchar_t const* value) {
     AnXmlNode child;
-    if (!tryGetChild(&child, childName, attributeName, attributeValue) &&
-        !addChild(&child, childName, attributeName, attributeValue))
+    bool const exists = tryGetChild(&child, childName, attributeName, attributeValue);
+    if (!exists && !addChild(&child, childName, attributeName, attributeValue))
         return false;
+    Addition addition(exists ? nullptr : child.m_element);
     if (valueName != nullptr && value != nullptr)
         child.setValue(valueName, value);
     if (out != nullptr)
         out->m_element = child.m_element;
+    addition.keep();
     return true;
 }
 
@@ -280,16 +304,16 @@ bool AnXmlNode::copyAsChild(AnXmlNode const* source) {
     for (std::size_t i = 0; i < copies.size(); ++i)
         for (auto child = copies[i].from->Begin(); child != copies[i].from->End(); ++child)
             copies.push_back({&*child, i, nullptr});
+    copies.front().to = addElement(*m_element, source->m_element->GetName());
+    Addition addition(copies.front().to);
     for (Copy& copy : copies) {
-        Element& parent = &copy == &copies.front() ? *m_element : *copies[copy.parent].to;
-        copy.to = addElement(parent, copy.from->GetName());
-        if (copy.to == nullptr) {
-            if (copies.front().to != nullptr)
-                copies.front().to->Delete();
+        if (copy.to == nullptr && &copy != &copies.front())
+            copy.to = addElement(*copies[copy.parent].to, copy.from->GetName());
+        if (copy.to == nullptr)
             return false;
-        }
         ::copyValues(*copy.from, *copy.to);
     }
+    addition.keep();
     return true;
 }
 

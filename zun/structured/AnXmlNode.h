@@ -13,7 +13,7 @@ class AnXml;
 /// elements. A null text argument is one that is not given. A failed operation returns false; failures that
 /// are not announced by `required` being false, and every use of an uninitialized cursor, are logged under
 /// "XmlNode". A cursor is used by the thread that uses its document. Only failed
-/// allocations are thrown.
+/// allocations are thrown; they leave the document as it was, or, copyValues, with some of the values set.
 class ZUN_API AnXmlNode {
 public:
     AnXmlNode() = default;

@@ -27,11 +27,11 @@ bool AnXmlValueIndex::moveNext(AString* name, AString* value) {
     if (!m_next || *m_next == m_element->AttributesEnd())
         return false;
     AdvXMLParser::Attribute const& attribute = **m_next;
-    ++*m_next;
     if (name != nullptr)
         name->cpp_str() = attribute.GetName();
     if (value != nullptr)
         value->cpp_str() = attribute.GetValue();
+    ++*m_next;
     return true;
 }
 

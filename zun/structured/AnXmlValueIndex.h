@@ -20,7 +20,8 @@ public:
     /// Starts before the first attribute. False, and closed, when `node` is uninitialized.
     bool set(AnXmlNode const* node);
 
-    /// Goes to the next attribute and copies its name and value, as far as given. False after the last.
+    /// Goes to the next attribute and copies its name and value, as far as given. False after the last. A
+    /// std::bad_alloc leaves the attribute for the next call.
     bool moveNext(AString* name, AString* value);
 
     void close();

@@ -98,6 +98,7 @@ Key newKey() {
 
 /// A file with a random key; one that another process made meanwhile stays.
 bool createKeyFile(std::string const& path) {
+    std::string const directory = std::filesystem::absolute(path).parent_path();
     ReplacementFile created(path, S_IRUSR | S_IWUSR);
     FileDescriptor& file = created.file();
     Key const key = newKey();
@@ -109,7 +110,6 @@ bool createKeyFile(std::string const& path) {
         (!created.becomeTarget() && errno != EEXIST))
         return failForErrno("cannot create the key file", path);
     // Only now does the name survive a loss of power, and with it what the key will encipher.
-    std::string const directory = std::filesystem::absolute(path).parent_path();
     return FileDescriptor::open(directory.c_str(), O_RDONLY | O_DIRECTORY).flush() ||
            failForErrno("cannot save the name of the key file", path);
 }

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -24,6 +25,8 @@ std::string directoryOf(std::string const& path) {
 /// The path that a symbolic link at its end finally leads to, as far as it can be followed.
 std::string followLinks(std::string const& path) {
     std::unique_ptr<char, void (*)(void*)> const resolved(realpath(path.c_str(), nullptr), std::free);
+    if (!resolved && errno == ENOMEM)
+        throw std::bad_alloc(); // the link itself must not be replaced
     return resolved ? resolved.get() : path;
 }
 
@@ -60,6 +63,7 @@ bool readWholeFile(std::string const& path, std::string& bytes) {
 
 bool replaceWholeFile(std::string const& path, std::string_view bytes, unsigned mode) {
     std::string const target = followLinks(path);
+    std::string const directoryPath = directoryOf(target);
     struct stat existing {};
     bool const exists = stat(target.c_str(), &existing) == 0;
     // Until it has the existing file's owner and mode, nobody else may read the new one.
@@ -68,8 +72,7 @@ bool replaceWholeFile(std::string const& path, std::string_view bytes, unsigned 
     if (!file.isOpen() || (exists && !takeOverIdentity(file.get(), existing)) ||
         file.write(bytes) != bytes.size() || !file.flush() || !file.close() || !replacement.replaceTarget())
         return false;
-    FileDescriptor const directory =
-        FileDescriptor::open(directoryOf(target).c_str(), O_RDONLY | O_DIRECTORY);
+    FileDescriptor const directory = FileDescriptor::open(directoryPath.c_str(), O_RDONLY | O_DIRECTORY);
     if (directory.isOpen())
         directory.flush();
     return true;

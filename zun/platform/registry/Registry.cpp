@@ -34,10 +34,10 @@ public:
     }
 
     HKEY open(std::string const& path) {
-        auto const [handle, isNew] = m_handles.try_emplace(registry::foldCase(path));
-        if (isNew)
+        auto const handle = m_handles.try_emplace(registry::foldCase(path)).first;
+        if (!handle->second)
             handle->second = reinterpret_cast<HKEY>(++m_lastHandle);
-        OpenKey& key = m_keys[handle->second];
+        OpenKey& key = m_keys.try_emplace(handle->second, handle).first->second;
         key.path = path;
         ++key.opens;
         return handle->second;
@@ -48,14 +48,20 @@ public:
         if (found == m_keys.end())
             return key == HKEY_LOCAL_MACHINE;
         if (--found->second.opens == 0) {
-            m_handles.erase(registry::foldCase(found->second.path));
+            m_handles.erase(found->second.handle);
             m_keys.erase(found);
         }
         return true;
     }
 
 private:
+    /// By the path's folded form.
+    using Handles = std::map<std::string, HKEY>;
+
     struct OpenKey {
+        explicit OpenKey(Handles::iterator place) : handle(place) {}
+
+        Handles::iterator handle;
         std::string path;
         unsigned long opens = 0;
     };
@@ -63,7 +69,7 @@ private:
     /// Above the root's handle, so that none is ever taken for it.
     std::uintptr_t m_lastHandle = reinterpret_cast<std::uintptr_t>(HKEY_LOCAL_MACHINE);
     std::map<HKEY, OpenKey> m_keys;
-    std::map<std::string, HKEY> m_handles;
+    Handles m_handles;
 };
 
 struct Registry {

@@ -12,7 +12,7 @@
 // Several threads and processes may share a store: a write is durable before the call returns, a killed
 // writer leaves the store as it was before or after the write, and every call sees what others wrote before
 // it. None of this is logged. Every function but InitializeRegistry returns ERROR_SUCCESS or one of the
-// errors below.
+// errors below. A std::bad_alloc leaves the store as it was.
 
 /// A key: HKEY_LOCAL_MACHINE, or one that was opened and belongs to the caller until RegCloseKey.
 using HKEY = struct RegistryKey*;
@@ -50,7 +50,7 @@ ZUN_API long RegOpenKey(HKEY root, char const* subKey, HKEY* key);
 /// The same, creating the key when it is missing.
 ZUN_API long RegCreateKey(HKEY root, char const* subKey, HKEY* key);
 
-/// HKEY_LOCAL_MACHINE stays open.
+/// HKEY_LOCAL_MACHINE stays open. Takes no memory.
 ZUN_API long RegCloseKey(HKEY key);
 
 /// Copies the value's bytes to `data`, which has room for `*size`, and sets `*size` to how many were copied.

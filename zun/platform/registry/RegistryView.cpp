@@ -73,30 +73,33 @@ bool RegistryView::refresh() {
     } else if (errno != ENOENT) {
         return false;
     }
+    // First: a view that is not complete must not count as current.
+    parse(text);
     m_file = std::move(file);
     m_status = status;
     m_statusIsReliable = isReliable;
-    parse(text);
     return true;
 }
 
 void RegistryView::parse(std::string_view text) {
-    m_keys.clear();
-    m_values.clear();
+    std::set<std::string> keys;
+    std::map<std::string, std::map<std::string, RegistryValue>> valuesOfKeys;
     std::map<std::string, RegistryValue>* values = nullptr;
     SectionReader reader(registryFormat, text);
     while (reader.next()) {
         if (reader.kind() == SectionReader::Line::header) {
             std::string const path = foldCase(*reader.section());
             for (std::size_t end = path.find('\\'); end != std::string::npos; end = path.find('\\', end + 1))
-                m_keys.insert(path.substr(0, end));
-            m_keys.insert(path);
-            values = &m_values[path];
+                keys.insert(path.substr(0, end));
+            keys.insert(path);
+            values = &valuesOfKeys[path];
         } else if (reader.kind() == SectionReader::Line::entry && values) {
             if (std::optional<RegistryValue> value = parseRegistryValue(reader.value()))
                 values->try_emplace(foldCase(reader.name()), *std::move(value));
         }
     }
+    m_keys.swap(keys);
+    m_values.swap(valuesOfKeys);
 }
 
 bool RegistryView::hasKey(std::string const& path) const {

@@ -2,7 +2,9 @@
 #include <zun/platform/registry/SectionedText.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <locale.h>
+#include <new>
 #include <wctype.h>
 #ifdef __APPLE__
 #include <xlocale.h>
@@ -15,12 +17,19 @@ namespace {
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 /// A locale that knows every script's letters; null when the system has none.
-locale_t letterLocale() {
+locale_t makeLetterLocale() {
 #ifdef __APPLE__
-    static locale_t const locale = newlocale(LC_CTYPE_MASK, "UTF-8", nullptr);
+    locale_t const locale = newlocale(LC_CTYPE_MASK, "UTF-8", nullptr);
 #else
-    static locale_t const locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    locale_t const locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
 #endif
+    if (!locale && errno == ENOMEM)
+        throw std::bad_alloc();
+    return locale;
+}
+
+locale_t letterLocale() {
+    static locale_t const locale = makeLetterLocale();
     return locale;
 }
 

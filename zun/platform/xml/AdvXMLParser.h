@@ -13,7 +13,8 @@
 
 /// XML 1.0 documents in wide text, one UTF-32 code unit an element: parsing, a tree to read and to change,
 /// writing, and the files they are kept in. Names with colons are plain names. Nothing here logs. A document
-/// and all that belongs to it is used by one thread at a time; distinct documents need no care.
+/// and all that belongs to it is used by one thread at a time; distinct documents need no care. What fails
+/// for want of memory throws std::bad_alloc where nothing else is said.
 namespace AdvXMLParser {
 
 /// How the bytes of a file stand for characters.
@@ -364,7 +365,7 @@ ZUN_API std::int32_t ConvertBufferToUnicode(char const* bytes, std::size_t lengt
 ZUN_API bool ConvertBufferToUtf8(std::wstring const& text, std::string& bytes, std::int32_t encoding);
 
 /// What made the calling thread's last failing call of this service fail: the file's name, where it has one,
-/// and the reason. Valid until its next failing call.
+/// and the reason; empty when there was no memory for them. Valid until its next failing call.
 ZUN_API std::wstring const& GetLastXmlErrorMessage();
 
 } // namespace AdvXMLParser

@@ -94,21 +94,41 @@ std::wstring readText(std::wstring const& fileName, std::int32_t& encoding, Buff
     return text;
 }
 
-/// Runs `action`; its failure is kept for GetLastXmlErrorMessage, with what it is about before it.
-template <typename Action>
-std::int32_t reportFailure(std::wstring const& prefix, Action action) {
+/// Keeps the reason, with the file that it is about before it, for GetLastXmlErrorMessage. Empty when there
+/// is no memory for it: an older message would be taken for this one.
+std::int32_t keepFailure(std::wstring_view fileName, Failure const& failure) {
     try {
-        try {
-            action();
-            return Success;
-        } catch (std::bad_alloc const&) {
-            throw systemFailure(OutOfMemory, ENOMEM);
-        } catch (std::length_error const&) {
-            throw systemFailure(OutOfMemory, ENOMEM);
-        }
+        std::wstring message(fileName);
+        if (!fileName.empty())
+            message += L": ";
+        lastMessage = message + failure.reason;
+    } catch (std::bad_alloc const&) {
+        lastMessage.clear();
+    }
+    return failure.result;
+}
+
+std::int32_t keepOutOfMemory(std::wstring_view fileName) {
+    try {
+        return keepFailure(fileName, systemFailure(OutOfMemory, ENOMEM));
+    } catch (std::bad_alloc const&) {
+        lastMessage.clear();
+        return OutOfMemory;
+    }
+}
+
+/// Runs `action`, which may be about a file, and keeps its failure.
+template <typename Action>
+std::int32_t reportFailure(std::wstring_view fileName, Action action) {
+    try {
+        action();
+        return Success;
+    } catch (std::bad_alloc const&) {
+        return keepOutOfMemory(fileName);
+    } catch (std::length_error const&) {
+        return keepOutOfMemory(fileName);
     } catch (Failure const& failure) {
-        lastMessage = prefix + failure.reason;
-        return failure.result;
+        return keepFailure(fileName, failure);
     }
 }
 
@@ -116,13 +136,13 @@ std::int32_t reportFailure(std::wstring const& prefix, Action action) {
 
 std::int32_t ReadBufferFromFileNoExp(std::wstring const& fileName, std::wstring& text, std::int32_t& encoding,
                                      std::int32_t /*flags*/, BufferTransform transform) {
-    return reportFailure(fileName + L": ", [&] { text = readText(fileName, encoding, transform); });
+    return reportFailure(fileName, [&] { text = readText(fileName, encoding, transform); });
 }
 
 std::int32_t ReadUtf8BufferFromFileNoExp(std::wstring const& fileName, std::string& text,
                                          std::int32_t& encoding, std::int32_t /*flags*/,
                                          BufferTransform transform) {
-    return reportFailure(fileName + L": ", [&] {
+    return reportFailure(fileName, [&] {
         std::string utf8;
         appendUtf8(utf8, readText(fileName, encoding, transform));
         text = std::move(utf8);
@@ -143,7 +163,7 @@ void WriteBufferToFile(std::wstring const& fileName, std::wstring const& text, s
         if (!helper::replaceWholeFile(helper::toNarrow(fileName), bytes))
             throw systemFailure(FileNotWritten, errno);
     };
-    if (reportFailure(fileName + L": ", write) < 0)
+    if (reportFailure(fileName, write) < 0)
         throw ReadWriteException(lastMessage);
 }
 

@@ -367,8 +367,11 @@ bool isName(std::wstring_view name) {
         return false;
     document += "/>";
     ExpatParser const expat = makeExpatParser();
-    return XML_Parse(expat.get(), document.data(), static_cast<int>(document.size()), XML_TRUE) ==
-           XML_STATUS_OK;
+    if (XML_Parse(expat.get(), document.data(), static_cast<int>(document.size()), XML_TRUE) == XML_STATUS_OK)
+        return true;
+    if (XML_GetErrorCode(expat.get()) == XML_ERROR_NO_MEMORY)
+        throw std::bad_alloc();
+    return false;
 }
 
 ParsingException::ParsingException(std::size_t line, std::size_t column, std::wstring message)

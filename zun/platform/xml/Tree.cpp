@@ -78,10 +78,11 @@ Element& Tree::appendElement(Element& parent, Slice name) {
 Element& Tree::appendElement(Element& parent, std::wstring_view name) {
     if (parent.m_depth >= maximumDepth)
         throw std::length_error("elements nested too deeply for a document");
+    bool const nameIsValid = isName(name);
     Slice ownName;
     assign(ownName, name);
     Element& element = appendElement(parent, ownName);
-    element.m_nameIsValid = isName(name);
+    element.m_nameIsValid = nameIsValid;
     return element;
 }
 
@@ -99,10 +100,11 @@ Attribute& Tree::appendAttribute(Element& parent, Slice name) {
 }
 
 Attribute& Tree::appendAttribute(Element& parent, std::wstring_view name) {
+    bool const nameIsValid = isName(name);
     Slice ownName;
     assign(ownName, name);
     Attribute& attribute = appendAttribute(parent, ownName);
-    attribute.m_nameIsValid = isName(name);
+    attribute.m_nameIsValid = nameIsValid;
     return attribute;
 }
 

@@ -1,0 +1,20 @@
+#pragma once
+
+/// How often the calling thread has called operator new in this program.
+long allocationCount();
+
+/// While it lives, allocations of the calling thread fail: those of operator new in all its forms and, with
+/// glibc and without a sanitizer, those of malloc, calloc and realloc. One a thread at a time.
+class AllocationFailure {
+public:
+    enum class Extent { one, allFromThere };
+
+    /// The allocation of that number fails, counted from 1 from now on.
+    AllocationFailure(long number, Extent extent);
+    ~AllocationFailure();
+    AllocationFailure(AllocationFailure const&) = delete;
+    AllocationFailure& operator=(AllocationFailure const&) = delete;
+
+    /// Whether an allocation has failed.
+    static bool happened();
+};

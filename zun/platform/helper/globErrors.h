@@ -1,0 +1,13 @@
+#pragma once
+
+#include <cerrno>
+
+namespace orvane_com::zun::helper {
+
+/// An error function for glob(3), which then ends with GLOB_ABORTED: a directory that cannot be read for want
+/// of memory is not one without matches.
+inline int stopWithoutMemory(char const* /*directory*/, int error) {
+    return error == ENOMEM ? 1 : 0;
+}
+
+} // namespace orvane_com::zun::helper
