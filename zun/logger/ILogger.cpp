@@ -1,3 +1,4 @@
+#include <zun/logger/ComponentNames.h>
 #include <zun/logger/ILogger.h>
 #include <zun/logger/LogFile.h>
 #include <zun/logger/MessageResource.h>
@@ -7,6 +8,7 @@
 #include <boost/thread/recursive_mutex.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <exception>
@@ -22,16 +24,25 @@
 
 namespace orvane_com::zun::logger {
 
-std::wstring const log_debug = L" [D] ";
-std::wstring const log_info = L" [I] ";
-std::wstring const log_notice = L" [N] ";
-std::wstring const log_warn = L" [W] ";
-std::wstring const log_err = L" [E] ";
-std::wstring const log_crit = L" [C] ";
-std::wstring const log_emer = L" [X] ";
+namespace {
+
+// Threads may log while the process ends, when the strings made of these are gone already.
+constexpr std::array<std::wstring_view, 7> levelTags = {L" [D] ", L" [I] ", L" [N] ", L" [W] ",
+                                                        L" [E] ", L" [C] ", L" [X] "};
+constexpr std::wstring_view agentPrefix = L" [Agent] ";
+
+} // namespace
+
+std::wstring const log_debug(levelTags[Debug]);
+std::wstring const log_info(levelTags[Info]);
+std::wstring const log_notice(levelTags[Notice]);
+std::wstring const log_warn(levelTags[Warn]);
+std::wstring const log_err(levelTags[Err]);
+std::wstring const log_crit(levelTags[Crit]);
+std::wstring const log_emer(levelTags[Emer]);
 
 std::wstring const default_log_file = L"/tmp/zun.log";
-std::wstring const default_log_prefix = L" [Agent] ";
+std::wstring const default_log_prefix(agentPrefix);
 
 std::string const GetTableFunction = "GetStringTable";
 std::string const FreeTableFunction = "FreeStringTable";
@@ -52,52 +63,8 @@ private:
     int const m_error;
 };
 
-std::wstring const& levelTag(LogLevel level) {
-    switch (level) {
-    case Debug:
-        return log_debug;
-    case Info:
-        return log_info;
-    case Notice:
-        return log_notice;
-    case Warn:
-        return log_warn;
-    case Err:
-        return log_err;
-    case Crit:
-        return log_crit;
-    case Emer:
-        return log_emer;
-    }
-    return log_info;
-}
-
-std::wstring const* componentName(eComponent component) {
-    switch (component) {
-    case Framework:
-        return &subsystem_framework;
-    case Scheduler:
-        return &subsystem_scheduler;
-    case Agent:
-        return &subsystem_agent;
-    case InetMgr:
-        return &subsystem_inetmgr;
-    case tsInet:
-        return &subsystem_tsinet;
-    case Plugin:
-        return &subsystem_plugin;
-    case Management:
-        return &subsystem_management;
-    case Xml:
-        return &subsystem_xml;
-    case Updater:
-        return &subsystem_updater;
-    case Script:
-        return &subsystem_script;
-    case ListenServer:
-        return &subsystem_listenserver;
-    }
-    return nullptr;
+std::wstring_view levelTag(LogLevel level) {
+    return level >= Debug && level <= Emer ? levelTags[static_cast<std::size_t>(level)] : levelTags[Info];
 }
 
 template <typename Number>
@@ -400,12 +367,14 @@ void ILogger::logMessage(LogLevel const& level, eComponent const& component, lon
 }
 
 std::wstring ILogger::getLogLevelString(LogLevel const& level) {
-    return levelTag(level);
+    return std::wstring(levelTag(level));
 }
 
 std::wstring ILogger::getComponent(eComponent const& component) {
-    std::wstring const* const name = componentName(component);
-    return name ? L" [" + *name + L"] " : default_log_prefix;
+    if (component < Framework || component > ListenServer)
+        return std::wstring(agentPrefix);
+    std::wstring text = L" [";
+    return text.append(componentNames[static_cast<std::size_t>(component)]).append(L"] ");
 }
 
 bool ILogger::setMinLogLevel(LogLevel const& level) {
