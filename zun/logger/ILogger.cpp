@@ -195,6 +195,17 @@ struct ILogger::State {
                 m_logFiles.erase(found);
     }
 
+    /// The files that are in one of the conditions, whatever their size.
+    std::vector<std::wstring> pathsOf(std::initializer_list<LogFile::Condition> conditions) const {
+        std::vector<std::wstring> paths;
+        for (auto const& [path, file] : m_logFiles) {
+            LogFile::Condition const condition = file.examine(std::numeric_limits<std::int64_t>::max());
+            if (std::find(conditions.begin(), conditions.end(), condition) != conditions.end())
+                paths.push_back(path);
+        }
+        return paths;
+    }
+
     /// Appends to every file; those that fail are opened anew and tried once more.
     void append(std::string_view lines) {
         std::vector<std::wstring> failed;
@@ -218,16 +229,19 @@ struct ILogger::State {
     void rotate() {
         if (!m_bRotationEnabled)
             return;
-        std::vector<std::wstring> tooLarge;
+        reopen(pathsOf({LogFile::Condition::Replaced}));
+        std::vector<std::wstring> paths;
         for (auto const& [path, file] : m_logFiles)
-            if (file.examine(sizeLimit()) == LogFile::Condition::TooLarge)
-                tooLarge.push_back(path);
-        for (std::wstring const& path : tooLarge) {
+            paths.push_back(path);
+        for (std::wstring const& path : paths) {
             auto found = m_logFiles.find(path);
-            if (found == m_logFiles.end())
+            auto const isTooLarge = [&] {
+                return found->second.examine(sizeLimit()) == LogFile::Condition::TooLarge;
+            };
+            if (found == m_logFiles.end() || !isTooLarge())
                 continue;
             RotationRight const right(found->second.path());
-            if (!right.isHeld() || found->second.examine(sizeLimit()) != LogFile::Condition::TooLarge)
+            if (!right.isHeld() || !isTooLarge())
                 continue;
             if (m_bLoggingEnabled) {
                 writeRotationNote();
@@ -273,8 +287,9 @@ void ILogger::writeLine(LogLevel level, BuildLine const& buildLine) {
         if (!m_state->m_bLoggingEnabled || m_bStopped || !passes(level))
             return;
         if (!m_state->filesAreGood()) {
-            checkAndFixMissingFiles();
+            // In this order a file that is made anew does not begin with another one's rotation note.
             logRotate();
+            checkAndFixMissingFiles();
         }
         m_state->write(buildLine);
     });
@@ -413,11 +428,7 @@ bool ILogger::logRotate() {
 void ILogger::checkAndFixMissingFiles() {
     boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
     isDoneWithoutException([this] {
-        std::vector<std::wstring> gone;
-        for (auto const& [path, file] : m_state->m_logFiles)
-            if (file.examine(std::numeric_limits<std::int64_t>::max()) == LogFile::Condition::Gone)
-                gone.push_back(path);
-        m_state->reopen(gone);
+        m_state->reopen(m_state->pathsOf({LogFile::Condition::Replaced, LogFile::Condition::Missing}));
     });
 }
 

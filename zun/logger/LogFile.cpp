@@ -135,8 +135,10 @@ bool LogFile::open() {
 
 LogFile::Condition LogFile::examine(std::int64_t limit) const {
     std::optional<Look> const look = lookAt(m_path);
-    if (!look || look->inode != m_inode || look->device != m_device)
-        return Condition::Gone;
+    if (!look)
+        return Condition::Missing;
+    if (look->inode != m_inode || look->device != m_device)
+        return Condition::Replaced;
     return look->size > limit ? Condition::TooLarge : Condition::Good;
 }
 

@@ -19,9 +19,10 @@ public:
     std::string const& path() const { return m_path; }
 
     /// What one look at the path tells.
-    enum class Condition { Good, TooLarge, Gone };
+    enum class Condition { Good, TooLarge, Replaced, Missing };
 
-    /// Gone when the path names nothing, or another file than the open one. A limit is in bytes.
+    /// Replaced when the path names another file than the open one, Missing when it names none. A limit is in
+    /// bytes.
     Condition examine(std::int64_t limit) const;
 
     /// Appends whole lines in one write. False when not all of them could be written.
