@@ -3,6 +3,7 @@
 #include <zun/platform/helper/globErrors.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <fcntl.h>
@@ -15,6 +16,7 @@
 #ifdef __linux__
 #include <sys/sysmacros.h>
 #endif
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -70,8 +72,12 @@ public:
                                 helper::stopWithoutMemory, &found);
         if (result == GLOB_NOSPACE || result == GLOB_ABORTED)
             throw std::bad_alloc();
-        if (result != 0)
+        if (result != 0) {
+            // A directory that may not be listed, or a locale that cannot read the name: without gaps then.
+            for (std::int32_t number = 1; number < end && access(path(number).c_str(), F_OK) == 0; ++number)
+                numbers.insert(numbers.begin(), number);
             return numbers;
+        }
         for (std::size_t i = 0; i < found.gl_pathc; ++i)
             if (std::optional<std::int32_t> const number = numberOf(found.gl_pathv[i]);
                 number && *number < end)
@@ -173,8 +179,9 @@ RotationRight::RotationRight(std::string const& path)
     : m_file(helper::FileDescriptor::open(path.c_str(), O_WRONLY | O_APPEND)) {
     struct stat named {};
     struct stat opened {};
-    if (!m_file.isOpen() || flock(m_file.get(), LOCK_EX | LOCK_NB) != 0 || stat(path.c_str(), &named) != 0 ||
-        fstat(m_file.get(), &opened) != 0 || named.st_ino != opened.st_ino || named.st_dev != opened.st_dev)
+    if (!m_file.isOpen() || (flock(m_file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) ||
+        stat(path.c_str(), &named) != 0 || fstat(m_file.get(), &opened) != 0 ||
+        named.st_ino != opened.st_ino || named.st_dev != opened.st_dev)
         m_file.close();
 }
 
