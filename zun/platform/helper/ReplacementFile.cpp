@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
@@ -16,11 +17,23 @@ std::string uniqueSuffix() {
     return "." + longToNarrow(getpid()) + "-" + longToNarrow(++count) + ".tmp";
 }
 
+/// The path, its last name cut between two UTF-8 characters so that the suffix still fits.
+std::string withRoomFor(std::string const& suffix, std::string const& path) {
+    std::size_t const name = path.rfind('/') + 1; // 0 without a slash
+    std::size_t length = path.size();
+    if (length - name + suffix.size() > NAME_MAX)
+        for (length = name + NAME_MAX - suffix.size();
+             length > name && (static_cast<unsigned char>(path[length]) & 0xC0) == 0x80;)
+            --length;
+    return path.substr(0, length);
+}
+
 } // namespace
 
 ReplacementFile::ReplacementFile(std::string const& target, unsigned mode) : m_target(target) {
     do {
-        m_path = m_target + uniqueSuffix();
+        std::string const suffix = uniqueSuffix();
+        m_path = withRoomFor(suffix, m_target) + suffix;
         m_file = FileDescriptor::open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL, mode);
     } while (!m_file.isOpen() && errno == EEXIST);
     if (!m_file.isOpen())
