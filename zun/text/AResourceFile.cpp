@@ -13,12 +13,13 @@ AResourceFile::~AResourceFile() {
 bool AResourceFile::openExisting(wchar_t const* path, unsigned short) {
     close();
     AString const name(path);
+    AnObjectBuffer<unsigned char> utf8;
+    bool const converted = AnXml::convertUnicodeToUtf8(name, utf8);
     AStringList call(L",", false);
     call << L"catopen" << name;
     ADetailTrace const trace(L"RcFile", call);
 
-    AnObjectBuffer<unsigned char> utf8;
-    if (AnXml::convertUnicodeToUtf8(name, utf8))
+    if (converted)
         m_catalog = catopen(reinterpret_cast<char const*>(utf8.getBytes()), NL_CAT_LOCALE);
     else
         errno = EILSEQ;
