@@ -29,7 +29,7 @@ public:
     AString(long number);
     AString(unsigned long number);
     /// The low 32 bits of the address as eight lower-case hexadecimal digits.
-    explicit AString(void* pointer);
+    AString(void* pointer);
     AString(AFormat const& request);
     ~AString() = default;
 
