@@ -19,7 +19,7 @@ char digit(long number) {
 }
 
 void format(Second& second, std::time_t time) {
-    tzset(); // localtime_r itself need not notice that the time zone was changed
+    tzset(); // localtime_r(3) need not notice a changed time zone
     std::tm local{};
     localtime_r(&time, &local);
     second.length = std::strftime(second.text, sizeof(second.text), "%Y-%m-%d %H:%M:%S", &local);
