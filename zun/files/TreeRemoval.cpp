@@ -49,6 +49,15 @@ TreeRemoval::Identity identityOf(int descriptor) {
     return {status.st_dev, status.st_ino};
 }
 
+/// Not open, with errno set, when the name is another directory's by now.
+FileDescriptor openIfSame(int parent, char const* name, TreeRemoval::Identity const& identity) {
+    FileDescriptor directory(openDirectory(parent, name));
+    if (!directory.isOpen() || identityOf(directory.get()) == identity)
+        return directory;
+    errno = ESTALE;
+    return FileDescriptor();
+}
+
 bool isDirectory(int parent, char const* name) {
     struct stat status;
     return fstatat(parent, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(status.st_mode);
@@ -123,17 +132,28 @@ bool TreeRemoval::leave() {
         return true;
     }
     CallTrace const trace(group, L"open", m_path.c_str(), L"..");
-    FileDescriptor parent(openDirectory(m_current.get(), ".."));
-    if (parent.isOpen() && !(identityOf(parent.get()) == m_levels.back().identity)) {
-        parent = FileDescriptor();
-        errno = ESTALE; // someone has moved the directory
-    }
+    FileDescriptor parent = openIfSame(m_current.get(), "..", m_levels.back().identity);
+    if (!parent.isOpen())
+        parent = openLastFromTop();
     if (logErrnoIf(group, !parent.isOpen()))
         return false;
     m_current = std::move(parent);
     m_path.resize(m_path.rfind(L'/'));
     removeDirectory(left.name);
     return true;
+}
+
+/// The last level's directory by the way from the top: the current one may let nobody look for "..", or have
+/// been moved. Not open, with errno set, when that way is gone.
+FileDescriptor TreeRemoval::openLastFromTop() const {
+    FileDescriptor directory;
+    for (Level const& level : m_levels) {
+        int const parent = directory.isOpen() ? directory.get() : AT_FDCWD;
+        directory = openIfSame(parent, level.name.c_str(), level.identity);
+        if (!directory.isOpen())
+            break;
+    }
+    return directory;
 }
 
 /// All of them before any is removed: what readdir(3) yields of a directory that changes is not defined.

@@ -35,6 +35,7 @@ private:
 
     bool enter(int parent, std::string const& name);
     bool leave();
+    orvane_com::zun::helper::FileDescriptor openLastFromTop() const;
     void listCurrent(std::vector<std::string>& files, std::vector<std::string>& subdirectories);
     void removeFile(std::string const& name);
     void removeDirectory(std::string const& name);
