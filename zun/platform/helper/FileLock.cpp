@@ -17,6 +17,14 @@ bool lockExclusively(int descriptor) {
     return result == 0;
 }
 
+/// Before the descriptor is closed: a child that was forked meanwhile has it too, and would keep the lock.
+/// Leaves errno as it was.
+void unlock(int descriptor) {
+    int const error = errno;
+    flock(descriptor, LOCK_UN);
+    errno = error;
+}
+
 /// False when the file was removed or replaced while its lock was waited for.
 bool isNamed(std::string const& path, int descriptor) {
     struct stat named {};
@@ -36,7 +44,13 @@ FileLock::FileLock(std::string const& path, unsigned mode) {
             m_file = std::move(file);
             return;
         }
+        unlock(file.get());
     }
+}
+
+FileLock::~FileLock() {
+    if (isHeld())
+        unlock(m_file.get());
 }
 
 } // namespace orvane_com::zun::helper

@@ -13,6 +13,9 @@ public:
     /// Waits for the lock on the file that `path` names once the lock is had; a missing file is made with
     /// `mode`. Not held, with errno set, when the file cannot be opened.
     FileLock(std::string const& path, unsigned mode);
+    FileLock(FileLock const&) = delete;
+    FileLock& operator=(FileLock const&) = delete;
+    ~FileLock();
 
     bool isHeld() const { return m_file.isOpen(); }
     int descriptor() const { return m_file.get(); }
