@@ -143,13 +143,36 @@ void removeFileWithoutSet(std::string const& path) {
         unlink(path.c_str());
 }
 
+/// In the reference count it says that the set is about to go: users of another name that shares the set do
+/// not wait for this one's file.
+constexpr int going = 1 << 14;
+
 void removeIfUnused(int set, std::string const& path) {
-    if (semctl(set, referenceCount, GETVAL) != 0)
+    if (!operate(set, {untilZero(referenceCount, noWait), add(referenceCount, +going, noWait)}))
         return;
-    if (semctl(set, 0, IPC_RMID) == -1)
-        logDetail(group, L"Failed to delete the semaphore on 0 refrence count");
-    else
+    if (semctl(set, 0, IPC_RMID) != -1) {
         removeFileWithoutSet(path);
+        return;
+    }
+    logDetail(group, L"Failed to delete the semaphore on 0 refrence count");
+    operate(set, {add(referenceCount, -going, noWait)});
+}
+
+/// What became of a reference that was asked for; `lost` when another name's last user removes the set.
+enum class Reference { taken, lost, failed };
+
+/// errno is set unless it is taken.
+Reference takeReference(int set) {
+    bool const added = operate(set, {add(referenceCount, +1, wait)});
+    int const error = errno;
+    int const references = semctl(set, referenceCount, GETVAL);
+    bool const isGone = references == -1 && (errno == EIDRM || errno == EINVAL);
+    if (added && !isGone && references < going)
+        return Reference::taken;
+    if (added && !isGone)
+        operate(set, {add(referenceCount, -1, noWait)});
+    errno = error;
+    return added || isGone ? Reference::lost : Reference::failed;
 }
 
 } // namespace
@@ -167,11 +190,15 @@ UnixLock::UnixLock(std::string const& name) {
     key_t const key = fileLock.isHeld() ? ftok(m_path.c_str(), projectId) : -1;
     if (key == -1)
         failToConstruct("Failed to get the semaphore id due to " + errorText(errno));
-    m_id = obtainSet(key);
-    if (m_id == -1)
-        failToConstruct("Failed to create the semaphore due to " + errorText(errno) + " first parameter is " +
-                        std::to_string(key));
-    if (!operate(m_id, {add(referenceCount, +1, wait)})) {
+    Reference reference;
+    do {
+        m_id = obtainSet(key);
+        if (m_id == -1)
+            failToConstruct("Failed to create the semaphore due to " + errorText(errno) +
+                            " first parameter is " + std::to_string(key));
+        reference = takeReference(m_id);
+    } while (reference == Reference::lost);
+    if (reference == Reference::failed) {
         int const error = errno;
         removeIfUnused(m_id, m_path);
         failToConstruct("Failed to increase the refrence count due to " + errorText(error));
