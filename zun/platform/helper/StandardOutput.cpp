@@ -11,6 +11,9 @@ namespace orvane_com::zun::helper {
 
 namespace {
 
+/// What the wide stream starts with: it leads to the descriptor.
+std::wstreambuf const* const ownBuffer = std::wcout.rdbuf();
+
 void waitUntilWritable(int descriptor) {
     pollfd request{.fd = descriptor, .events = POLLOUT, .revents = 0};
     poll(&request, 1, -1);
@@ -19,6 +22,10 @@ void waitUntilWritable(int descriptor) {
 } // namespace
 
 void writeLineToStandardOutput(std::string_view utf8) {
+    if (std::wcout.rdbuf() != ownBuffer) { // the program takes the wide text itself
+        std::wcout << toWide(utf8) << std::endl;
+        return;
+    }
     // The streams' own conversion depends on the locale, and a wide stream that met a character it cannot
     // convert stays silent: the bytes go to the descriptor instead.
     std::wcout.flush();
