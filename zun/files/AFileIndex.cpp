@@ -1,7 +1,7 @@
 #include <zun/files/AFileIndex.h>
 #include <zun/files/APath.h>
 #include <zun/files/CallTrace.h>
-#include <zun/platform/helper/globErrors.h>
+#include <zun/platform/helper/GlobErrors.h>
 #include <zun/text/ACharString.h>
 
 #include <cerrno>

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <exception>
 #include <fcntl.h>
+#include <optional>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/stat.h>
@@ -262,11 +263,13 @@ bool UnixLock::createSemFile(std::string const& name) {
 
 void UnixLock::cleanSemaphore(std::string const& name) {
     struct stat status {};
-    std::string const path = (stat(lock_path, &status) == 0 ? lock_path : fallback_path) + name;
+    bool const isFallback = stat(lock_path, &status) != 0;
+    std::string const path = (isFallback ? fallback_path : lock_path) + name;
     if (findSet(path) == -1)
         return;
-    helper::FileLock const fileLock(path, ownerMayReadAndWrite);
-    if (!fileLock.isHeld())
+    // No lock is made in the fallback directory, so none is waited for: its files are anybody's.
+    std::optional<helper::FileLock> fileLock;
+    if (!isFallback && !fileLock.emplace(path, ownerMayReadAndWrite).isHeld())
         return;
     int const set = findSet(path);
     if (set == -1 || semctl(set, 0, IPC_RMID) != -1)

@@ -1,6 +1,6 @@
 #include <zun/logger/LogFile.h>
 #include <zun/platform/helper/CommonHelper.h>
-#include <zun/platform/helper/globErrors.h>
+#include <zun/platform/helper/GlobErrors.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -183,6 +183,11 @@ RotationRight::RotationRight(std::string const& path)
         stat(path.c_str(), &named) != 0 || fstat(m_file.get(), &opened) != 0 ||
         named.st_ino != opened.st_ino || named.st_dev != opened.st_dev)
         m_file.close();
+}
+
+RotationRight::~RotationRight() {
+    if (isHeld())
+        flock(m_file.get(), LOCK_UN);
 }
 
 } // namespace orvane_com::zun::logger

@@ -51,6 +51,10 @@ class RotationRight {
 public:
     /// Does not wait: isHeld is false while another process rotates the file.
     explicit RotationRight(std::string const& path);
+    RotationRight(RotationRight const&) = delete;
+    RotationRight& operator=(RotationRight const&) = delete;
+    /// Gives the right back, whatever children have inherited the descriptor.
+    ~RotationRight();
 
     bool isHeld() const { return m_file.isOpen(); }
 
