@@ -48,17 +48,27 @@ std::byte* Arena::allocatePiece(std::size_t& bytes) {
         if (list != nullptr)
             return reinterpret_cast<std::byte*>(std::exchange(list, list->next));
     }
+    return takeFromChunk(bytes);
+}
+
+std::byte* Arena::takeFromChunk(std::size_t bytes) {
     if (static_cast<std::size_t>(m_end - m_top) < bytes)
         startChunk(bytes);
     return std::exchange(m_top, m_top + bytes);
 }
 
-void* Arena::allocate(std::size_t bytes) {
-    return allocatePiece(bytes);
+void* Arena::allocateNode(std::size_t bytes) {
+    Free*& list = m_freeNodes[aligned(bytes) / sizeof(void*)];
+    return list != nullptr ? std::exchange(list, list->next)
+                           : static_cast<void*>(takeFromChunk(aligned(bytes)));
 }
 
-void Arena::release(void* memory, std::size_t bytes) {
-    bytes = aligned(bytes);
+void Arena::releaseNode(void* memory, std::size_t bytes) {
+    Free*& list = m_freeNodes[aligned(bytes) / sizeof(void*)];
+    list = new (memory) Free{list};
+}
+
+void Arena::releasePiece(void* memory, std::size_t bytes) {
     if (bytes > largestPiece) {
         std::erase_if(m_large, [memory](auto const& piece) { return piece.get() == memory; });
     } else if (bytes >= sizeof(Free)) {
@@ -99,7 +109,7 @@ void Arena::shrink(Slice& slice) {
 
 void Arena::release(Slice& slice) {
     if (slice.capacity > 0)
-        release(slice.data, slice.capacity * sizeof(wchar_t));
+        releasePiece(slice.data, slice.capacity * sizeof(wchar_t));
     slice = {};
 }
 

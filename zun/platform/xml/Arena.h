@@ -17,9 +17,11 @@ public:
     Arena(Arena const&) = delete;
     Arena& operator=(Arena const&) = delete;
 
-    /// Aligned for pointers. To be released with the same count of bytes.
-    void* allocate(std::size_t bytes);
-    void release(void* memory, std::size_t bytes);
+    static constexpr std::size_t largestNode = 128;
+
+    /// Aligned for pointers; at most `largestNode` bytes. To be released with the same count of bytes.
+    void* allocateNode(std::size_t bytes);
+    void releaseNode(void* memory, std::size_t bytes);
 
     /// Makes room for `capacity` characters in all; those that the slice has are kept. Throws
     /// std::length_error beyond what a slice can count.
@@ -33,7 +35,8 @@ public:
 
     void release(Slice& slice);
 
-    /// From now on pieces that were released are handed out again. For this they come in powers of two.
+    /// From now on the memory of slices that were released is handed out again. For this it comes in powers
+    /// of two.
     void startReusing() { m_reuses = true; }
 
 private:
@@ -48,6 +51,8 @@ private:
 
     void grow(Slice& slice, std::size_t capacity);
     std::byte* allocatePiece(std::size_t& bytes);
+    void releasePiece(void* memory, std::size_t bytes);
+    std::byte* takeFromChunk(std::size_t bytes);
     void startChunk(std::size_t bytes);
 
     std::byte* m_top = nullptr;
@@ -57,6 +62,8 @@ private:
     std::vector<Block> m_large;
     /// By the binary logarithm of the least size that a list holds.
     std::array<Free*, 17> m_free{};
+    /// By the size, in pointers.
+    std::array<Free*, largestNode / sizeof(void*) + 1> m_freeNodes{};
     bool m_reuses = false;
 };
 

@@ -21,8 +21,9 @@ void put(Slice& slice, std::size_t position, std::wstring_view text) {
 
 template <typename Item, typename... Arguments>
 Item& Tree::make(Arguments&&... arguments) {
-    static_assert(std::is_trivially_destructible_v<Item> && alignof(Item) <= alignof(void*));
-    return *new (m_arena.allocate(sizeof(Item))) Item(std::forward<Arguments>(arguments)...);
+    static_assert(std::is_trivially_destructible_v<Item> && alignof(Item) <= alignof(void*) &&
+                  sizeof(Item) <= Arena::largestNode);
+    return *new (m_arena.allocateNode(sizeof(Item))) Item(std::forward<Arguments>(arguments)...);
 }
 
 void Tree::assign(Slice& slice, std::wstring_view text) {
@@ -189,14 +190,14 @@ void Tree::removeEmpty(Element& element) {
     removeAttributes(element);
     unlinkChild(element);
     m_arena.release(element.m_name);
-    m_arena.release(&element, sizeof element);
+    m_arena.releaseNode(&element, sizeof element);
 }
 
 void Tree::removeCharacters(Characters& characters) {
     unlinkChild(characters);
     m_arena.release(characters.value);
     m_arena.release(characters.source);
-    m_arena.release(&characters, sizeof characters);
+    m_arena.releaseNode(&characters, sizeof characters);
 }
 
 void Tree::removeAttributes(Element& element) {
@@ -218,7 +219,7 @@ void Tree::removeAttribute(Attribute& attribute) {
         parent.m_lastAttribute = previous;
     m_arena.release(attribute.m_name);
     m_arena.release(attribute.m_value);
-    m_arena.release(&attribute, sizeof attribute);
+    m_arena.releaseNode(&attribute, sizeof attribute);
 }
 
 constinit Element const Element::s_missing{nullptr};
