@@ -4,7 +4,9 @@
 #include <zun/text/ACharString.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <limits>
 
 namespace {
 
@@ -17,22 +19,28 @@ ABinaryStream::ABinaryStream(bool littleEndian) {
 }
 
 ABinaryStream::ABinaryStream(unsigned char* block, unsigned long size, bool littleEndian)
-    : m_block(block), m_size(size), m_littleEndian(littleEndian) {}
+    : m_littleEndian(littleEndian) {
+    setPointer(block, size);
+}
 
 void ABinaryStream::construct(unsigned char* begin, unsigned char* end, bool littleEndian) {
-    setPointer(begin, static_cast<unsigned long>(end - begin));
+    setPointer(begin, reinterpret_cast<std::uintptr_t>(end) - reinterpret_cast<std::uintptr_t>(begin));
     m_littleEndian = littleEndian;
 }
 
 void ABinaryStream::setPointer(unsigned char* block, unsigned long size) {
+    // No block wraps around the end of the address space: such a size is a negative one.
+    bool const canExist =
+        size <= std::numeric_limits<std::uintptr_t>::max() - reinterpret_cast<std::uintptr_t>(block);
     m_block = block;
-    m_size = size;
+    m_size = canExist ? size : 0;
     m_position = 0;
     m_pastEnd = false;
 }
 
 unsigned char* ABinaryStream::getPointer() {
-    return m_block + (m_pastEnd ? m_size : m_position);
+    // As an address: beyond the block's end there is no pointer arithmetic.
+    return reinterpret_cast<unsigned char*>(reinterpret_cast<std::uintptr_t>(m_block) + m_position);
 }
 
 bool ABinaryStream::atEnd() const {

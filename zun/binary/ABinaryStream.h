@@ -26,7 +26,8 @@ public:
     /// A new block in the same byte order; clears the overrun.
     void setPointer(unsigned char* block, unsigned long size);
 
-    /// The next byte to read or write; after an overrun the block's end.
+    /// The next byte to read or write. After an overrun it counts on past the block's end, as an address that
+    /// must not be used.
     unsigned char* getPointer();
 
     /// True as well after an overrun.
