@@ -66,6 +66,12 @@ bool replaceWholeFile(std::string const& path, std::string_view bytes, unsigned 
     std::string const directoryPath = directoryOf(target);
     struct stat existing {};
     bool const exists = stat(target.c_str(), &existing) == 0;
+    // What is no regular file, a device or a pipe, has no contents to replace: it takes the bytes if it can
+    // at once.
+    if (exists && !S_ISREG(existing.st_mode)) {
+        FileDescriptor file = FileDescriptor::open(target.c_str(), O_WRONLY | O_NONBLOCK);
+        return file.isOpen() && file.write(bytes) == bytes.size() && file.close();
+    }
     // Until it has the existing file's owner and mode, nobody else may read the new one.
     ReplacementFile replacement(target, exists ? S_IRUSR | S_IWUSR : mode);
     FileDescriptor& file = replacement.file();
