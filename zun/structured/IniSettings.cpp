@@ -21,11 +21,19 @@ std::size_t tableSizeFor(std::size_t settings) {
     return std::max(smallest, std::bit_ceil(settings / 3 * 4));
 }
 
+/// Each has an equal sign and, but for the last, a line break.
+std::size_t mostSettingsIn(std::wstring const& text) {
+    auto const count = [&text](auto... characters) {
+        return static_cast<std::size_t>(
+            std::count_if(text.begin(), text.end(), [=](wchar_t c) { return ((c == characters) || ...); }));
+    };
+    return std::min(count(L'='), count(L'\n', L'\r') + 1);
+}
+
 } // namespace
 
 IniSettings::IniSettings(std::wstring text)
-    : m_text(std::move(text)),
-      m_table(tableSizeFor(static_cast<std::size_t>(std::count(m_text.begin(), m_text.end(), L'=')))) {}
+    : m_text(std::move(text)), m_table(tableSizeFor(mostSettingsIn(m_text))) {}
 
 bool IniSettings::liesInText(std::wstring_view part) const {
     std::less_equal<wchar_t const*> const isNotAfter;
