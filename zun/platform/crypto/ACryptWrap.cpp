@@ -99,19 +99,20 @@ Key newKey() {
 /// A file with a random key; one that another process made meanwhile stays.
 bool createKeyFile(std::string const& path) {
     std::string const directory = std::filesystem::absolute(path).parent_path();
-    ReplacementFile created(path, S_IRUSR | S_IWUSR);
-    FileDescriptor& file = created.file();
     Key const key = newKey();
     if (!key)
         return false;
     randombytes_buf(key.get(), keySize);
+    // Only now: errno has to be that of the file.
+    ReplacementFile created(path, S_IRUSR | S_IWUSR);
+    FileDescriptor& file = created.file();
     std::string_view const bytes(reinterpret_cast<char const*>(key.get()), keySize);
     if (!file.isOpen() || file.write(bytes) != keySize || !file.flush() || !file.close() ||
         (!created.becomeTarget() && errno != EEXIST))
         return failForErrno("cannot create the key file", path);
     // Only now does the name survive a loss of power, and with it what the key will encipher.
-    return FileDescriptor::open(directory.c_str(), O_RDONLY | O_DIRECTORY).flush() ||
-           failForErrno("cannot save the name of the key file", path);
+    FileDescriptor const opened = FileDescriptor::open(directory.c_str(), O_RDONLY | O_DIRECTORY);
+    return (opened.isOpen() && opened.flush()) || failForErrno("cannot save the name of the key file", path);
 }
 
 /// How many bytes were read: fewer than `size` only at the file's end; none, with errno set, on failure.
