@@ -150,8 +150,12 @@ void AnIni2::write() {
     if (lock.isHeld()) {
         std::setlocale(LC_ALL, "");
         AnObjectBuffer<unsigned char> bytes;
-        if (AnXml::convertUnicodeToUtf8(text.c_str(), bytes))
-            helper::replaceWholeFile(path, bytes.cpp_str().c_str(), newFileMode);
+        if (AnXml::convertUnicodeToUtf8(text.c_str(), bytes) &&
+            !helper::replaceWholeFile(path, bytes.cpp_str().c_str(), newFileMode) &&
+            (errno == EACCES || errno == EPERM || errno == EROFS || errno == EBUSY)) {
+            // No file can be made beside it, or it is mounted by itself: it is written in place.
+            helper::FileDescriptor::open(path.c_str(), O_WRONLY | O_TRUNC).write(bytes.cpp_str().c_str());
+        }
     }
     m_modified = false;
 }
