@@ -356,7 +356,8 @@ ZUN_API std::int32_t ReadUtf8BufferFromFileNoExp(std::wstring const& fileName, s
 ZUN_API void WriteBufferToFile(std::wstring const& fileName, std::wstring const& text, std::int32_t encoding,
                                BufferTransform transform = nullptr, std::int32_t flags = 0);
 
-/// Malformed bytes give a negative Result, and leave `text` unchanged.
+/// A byte-order mark of the encoding is no part of the text. Malformed bytes give a negative Result, and
+/// leave `text` unchanged.
 ZUN_API std::int32_t ConvertBufferToUnicode(char const* bytes, std::size_t length, std::wstring& text,
                                             std::int32_t encoding);
 

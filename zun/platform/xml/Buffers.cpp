@@ -169,7 +169,9 @@ void WriteBufferToFile(std::wstring const& fileName, std::wstring const& text, s
 
 std::int32_t ConvertBufferToUnicode(char const* bytes, std::size_t length, std::wstring& text,
                                     std::int32_t encoding) {
-    return reportFailure({}, [&] { text = decode({bytes, length}, encoding); });
+    std::string_view const given(bytes, length);
+    std::size_t const markSize = markSizeOf(given, encoding);
+    return reportFailure({}, [&] { text = decode(given.substr(markSize), encoding); });
 }
 
 bool ConvertBufferToUtf8(std::wstring const& text, std::string& bytes, std::int32_t encoding) {

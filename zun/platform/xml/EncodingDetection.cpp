@@ -164,6 +164,12 @@ DetectedEncoding detectEncoding(std::string_view bytes, std::int32_t fallback) {
     return detected;
 }
 
+std::size_t markSizeOf(std::string_view bytes, std::int32_t encoding) {
+    auto const mark = std::find_if(marks.begin(), marks.end(),
+                                   [&](Mark const& candidate) { return candidate.encoding == encoding; });
+    return mark != marks.end() && bytes.starts_with(mark->bytes) ? mark->bytes.size() : 0;
+}
+
 char const* encodingName(std::int32_t encoding) {
     return std::find_if(names.begin(), names.end(),
                         [&](Name const& name) { return name.encoding == encoding; })

@@ -21,6 +21,9 @@ struct DetectedEncoding {
 /// (https://www.w3.org/TR/xml/#sec-guessing), or else `fallback`.
 DetectedEncoding detectEncoding(std::string_view bytes, std::int32_t fallback);
 
+/// How many bytes of a byte-order mark of that encoding the bytes begin with.
+std::size_t markSizeOf(std::string_view bytes, std::int32_t encoding);
+
 /// As XML declarations name it.
 char const* encodingName(std::int32_t encoding);
 
