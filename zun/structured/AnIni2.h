@@ -67,6 +67,9 @@ public:
     /// In memory. An empty key is refused, and logged, unless the value is empty too and the section is not.
     void set(AString const& section, AString const& key, AString const& value) override;
 
+    /// Reads the file again; changes that were not written are lost.
+    void initialize();
+
     /// Whether the file was parsed.
     bool parsed() const { return m_parsed; }
 
@@ -81,7 +84,6 @@ public:
 private:
     using State = orvane_com::file::ini::State;
 
-    void initialize();
     bool parse();
     bool readText(AString& text) const;
     bool insert(std::wstring_view section, std::wstring_view key, std::wstring_view value);
