@@ -6,7 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <new>
+#include <exception>
 #include <string>
 
 namespace {
@@ -193,7 +193,7 @@ AString ABase64Encode::encode(unsigned char const* data, unsigned long const& si
         AString text;
         text.cpp_str().assign(narrow.begin(), narrow.end());
         return text;
-    } catch (std::bad_alloc const&) {
+    } catch (std::exception const&) {
         return {};
     }
 }

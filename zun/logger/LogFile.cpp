@@ -114,6 +114,11 @@ private:
     std::string m_after;
 };
 
+std::string directoryOf(std::string const& path) {
+    std::size_t const slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
 } // namespace
 
 LogFile::LogFile(std::string path) : m_path(std::move(path)) {
@@ -176,18 +181,16 @@ bool LogFile::rotate(std::int32_t backups) {
 }
 
 RotationRight::RotationRight(std::string const& path)
-    : m_file(helper::FileDescriptor::open(path.c_str(), O_WRONLY | O_APPEND)) {
-    struct stat named {};
-    struct stat opened {};
-    if (!m_file.isOpen() || (flock(m_file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) ||
-        stat(path.c_str(), &named) != 0 || fstat(m_file.get(), &opened) != 0 ||
-        named.st_ino != opened.st_ino || named.st_dev != opened.st_dev)
-        m_file.close();
+    : m_directory(helper::FileDescriptor::open(directoryOf(path).c_str(), O_RDONLY | O_DIRECTORY)) {
+    // One that may not be listed lends its place to the file.
+    if (!m_directory.isOpen())
+        m_directory = helper::FileDescriptor::open(path.c_str(), O_WRONLY | O_APPEND);
+    m_isHeld = flock(m_directory.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
 RotationRight::~RotationRight() {
-    if (isHeld())
-        flock(m_file.get(), LOCK_UN);
+    if (m_isHeld)
+        flock(m_directory.get(), LOCK_UN);
 }
 
 } // namespace orvane_com::zun::logger

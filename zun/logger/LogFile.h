@@ -46,20 +46,23 @@ private:
     bool m_endsInFragment = false;
 };
 
-/// The right to rotate the file that a path names, which one process has at a time.
+/// The right to rotate the file that a path names, which one process has at a time. It is a lock on the
+/// directory: the file may be moved away by others, and a second process would shift the same backups.
 class RotationRight {
 public:
-    /// Does not wait: isHeld is false while another process rotates the file.
+    /// Does not wait: isHeld is false while another process rotates a file of the directory. Where the system
+    /// locks no directories, everybody has the right.
     explicit RotationRight(std::string const& path);
     RotationRight(RotationRight const&) = delete;
     RotationRight& operator=(RotationRight const&) = delete;
     /// Gives the right back, whatever children have inherited the descriptor.
     ~RotationRight();
 
-    bool isHeld() const { return m_file.isOpen(); }
+    bool isHeld() const { return m_isHeld; }
 
 private:
-    helper::FileDescriptor m_file;
+    helper::FileDescriptor m_directory;
+    bool m_isHeld;
 };
 
 } // namespace orvane_com::zun::logger
