@@ -79,7 +79,7 @@ TEST_F(LogProcessesTest, ProcessesShareOneRotatingFile) {
     EXPECT_EQ(counts.size(), std::size_t{processes * threads * messages});
     for (auto const& [message, count] : counts)
         EXPECT_EQ(count, 1) << message;
-    EXPECT_TRUE(std::filesystem::exists(path("agent_backup_50.log"))) << "the file was meant to rotate";
+    EXPECT_TRUE(std::filesystem::exists(path("agent_backup_5.log"))) << "the file was meant to rotate";
 }
 
 TEST_F(LogProcessesTest, KilledProcessesLeaveWholeLines) {
@@ -128,8 +128,8 @@ TEST_F(LogProcessesTest, ARotatorThatIsStoppedHoldsNobodyUp) {
     int ready[2];
     ASSERT_EQ(pipe(ready), 0);
     pid_t const child = start([&] {
-        int const file = open(path("agent.log").c_str(), O_WRONLY);
-        if (flock(file, LOCK_EX) == 0 && write(ready[1], "x", 1) == 1)
+        int const locked = open(directory.path().c_str(), O_RDONLY | O_DIRECTORY);
+        if (flock(locked, LOCK_EX) == 0 && write(ready[1], "x", 1) == 1)
             pause();
     });
     char byte = 0;
