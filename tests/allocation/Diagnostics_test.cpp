@@ -70,6 +70,13 @@ TEST_F(DiagnosticsAllocation, AnErrorNeedsNoMemory) {
                             "[Buffer] [E]   Exception std::bad_alloc trying to allocate 1000 bytes"));
 }
 
+TEST_F(DiagnosticsAllocation, AReportWithoutRoomForALoggerIsLost) {
+    ILogger::FreeLogger();
+    AllocationFailure const failure(1, AllocationFailure::Extent::allFromThere);
+    EXPECT_NO_THROW(logError(L"Group", L"error"));
+    EXPECT_TRUE(AllocationFailure::happened());
+}
+
 TEST_F(DiagnosticsAllocation, AThreadWithoutRoomForItsTracesReportsWithoutThem) {
     bool failed = true;
     for (long number = 1; failed; ++number) {

@@ -13,6 +13,7 @@ using Extent = AllocationFailure::Extent;
 void failEachAllocation(std::function<bool()> const& run, std::function<void(bool done)> const& check,
                         std::function<void()> const& prepare) {
     for (Extent const extent : {Extent::one, Extent::allFromThere}) {
+        long failures = 0;
         bool failed = true;
         for (long number = 1; failed && !testing::Test::HasFailure(); ++number) {
             SCOPED_TRACE("allocation " + std::to_string(number) +
@@ -28,11 +29,13 @@ void failEachAllocation(std::function<bool()> const& run, std::function<void(boo
                 }
             }
             failed = AllocationFailure::happened();
+            failures += failed ? 1 : 0;
             EXPECT_TRUE(failed || done);
             check(done);
             EXPECT_EQ(openDescriptors(), before);
             EXPECT_TRUE(run()) << "without a failure";
         }
+        EXPECT_GT(failures, 0);
     }
 }
 

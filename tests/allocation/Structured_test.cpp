@@ -72,14 +72,17 @@ TEST_F(StructuredAllocation, IndexesSkipNothing) {
     AnXmlNode const root(&xml);
     AnXmlChildIndex children;
     AnXmlValueIndex values;
-    AString text;
     auto const startChildren = [&] { children.set(&root, nullptr); };
     auto const checkChildren = [&](bool done) {
         EXPECT_TRUE(children.moveNext());
         EXPECT_EQ(children.getName(), done ? L"two" : L"one");
         startChildren();
     };
-    failEach([&] { return children.moveNext(L"a", &(text = AString())); }, checkChildren, startChildren);
+    auto const moveToChild = [&] {
+        AString text;
+        return children.moveNext(L"a", &text);
+    };
+    failEach(moveToChild, checkChildren, startChildren);
 
     startChildren();
     ASSERT_TRUE(children.moveNext());
@@ -90,7 +93,11 @@ TEST_F(StructuredAllocation, IndexesSkipNothing) {
         EXPECT_EQ(name, done ? L"b" : L"a");
         startValues();
     };
-    failEach([&] { return values.moveNext(nullptr, &(text = AString())); }, checkValues, startValues);
+    auto const moveToValue = [&] {
+        AString text;
+        return values.moveNext(nullptr, &text);
+    };
+    failEach(moveToValue, checkValues, startValues);
 }
 
 TEST_F(StructuredAllocation, AProfileFileIsChangedOrNot) {

@@ -257,7 +257,7 @@ struct ILogger::State {
     void clearLine() {
         constexpr std::size_t kept = 64 * 1024;
         if (m_line.capacity() > kept)
-            m_line = std::string();
+            std::string().swap(m_line); // an assignment would keep the room
         m_line.clear();
     }
 

@@ -3,9 +3,12 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
+#include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
 #include <tests/support/TemporaryDirectory.h>
+#include <thread>
+#include <unistd.h>
 
 namespace helper = orvane_com::zun::helper;
 using testing::HasSubstr;
@@ -78,6 +81,28 @@ TEST(CopyFileTest, CopiesContentsAndModeOrNothing) {
     EXPECT_EQ(helper::copyFile(directory.file("source"), directory.file("none/target"), 0), 0);
     auto const all = std::filesystem::directory_iterator(directory.path());
     EXPECT_EQ(std::distance(begin(all), end(all)), 3) << "nothing else is left behind";
+}
+
+TEST(StandardOutputTest, ALineGoesWholeIntoAPipeThatDoesNotBlock) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    ASSERT_EQ(fcntl(ends[1], F_SETFL, O_NONBLOCK), 0);
+    std::string const line(1'000'000, 'x'); // more than a pipe holds
+    std::string received;
+    std::thread reader([&received, end = ends[0]] {
+        char block[4096];
+        for (ssize_t count; (count = read(end, block, sizeof block)) > 0;)
+            received.append(block, static_cast<std::size_t>(count));
+    });
+    int const output = dup(STDOUT_FILENO);
+    dup2(ends[1], STDOUT_FILENO);
+    close(ends[1]);
+    helper::writeLineToStandardOutput(line);
+    dup2(output, STDOUT_FILENO);
+    close(output);
+    reader.join();
+    close(ends[0]);
+    EXPECT_TRUE(received == line + "\n") << received.size();
 }
 
 TEST(DynamicLibraryTest, ErrorsNameWhatIsMissing) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <sys/stat.h>
 #include <tests/support/TemporaryDirectory.h>
 #include <thread>
 #include <unistd.h>
@@ -214,6 +215,25 @@ TEST_F(RegistryTest, ServesManyThreads) {
     HKEY const shared = create("Shared");
     for (int thread = 0; thread < threads; ++thread)
         EXPECT_EQ(get(shared, ("t" + std::to_string(thread)).c_str()), std::to_string(rounds - 1));
+}
+
+TEST_F(RegistryTest, AStoreThatIsNoFileIsAnErrorAndAMissingOneIsEmpty) {
+    HKEY const key = create(agentKey);
+    ASSERT_EQ(set(key, "name", "value"), ERROR_SUCCESS);
+    ASSERT_EQ(unlink(m_store.c_str()), 0);
+    EXPECT_EQ(get(key, "name"), error(ERROR_FILE_NOT_FOUND));
+    ASSERT_EQ(mkdir(m_store.c_str(), 0700), 0);
+    HKEY other = nullptr;
+    EXPECT_EQ(get(key, "name"), error(ERROR_READ_FAULT));
+    EXPECT_EQ(set(key, "name", "value"), ERROR_WRITE_FAULT);
+    EXPECT_EQ(RegDeleteValue(key, "name"), ERROR_WRITE_FAULT);
+    EXPECT_EQ(RegCreateKey(HKEY_LOCAL_MACHINE, "other", &other), ERROR_READ_FAULT);
+    EXPECT_FALSE(InitializeRegistry(m_directory.wideFile("deep/er/registry")));
+    ASSERT_EQ(rmdir(m_store.c_str()), 0);
+    EXPECT_EQ(set(key, "name", "value"), ERROR_SUCCESS);
+    EXPECT_EQ(get(key, "name"), "value");
+    ASSERT_EQ(RegCloseKey(key), ERROR_SUCCESS);
+    EXPECT_EQ(set(key, "name", "value"), ERROR_INVALID_HANDLE);
 }
 
 } // namespace

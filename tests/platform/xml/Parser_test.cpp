@@ -117,6 +117,11 @@ TEST(Parser, KeepsWhatTheTextHadOnARoundTrip) {
               L"<!DOCTYPE a [<!ENTITY e 'x<b/>\r\n<!--c-->y'>]><a>1\nx<b/>\n<!--c-->y2\n</a>");
 }
 
+TEST(Parser, TakesTextThatIsMuchLongerInUtf8) {
+    std::wstring const text = L"<a>" + repeated(L"\x4e2d\x10000", 50'000) + L"</a>";
+    EXPECT_TRUE(written(text) == text);
+}
+
 TEST(Parser, LaysOutElementsAndKeepsTheirText) {
     std::wstring const laidOut =
         L"<?xml version=\"1.0\"?>\n<!-- 1 -->\n<a>\n  <b> </b>\n  <c>\n    <!-- 2\n3 -->\n"
