@@ -89,7 +89,7 @@ TEST(CReadWriteSync, ServesWaitingWritersFirstAndThenAllReadersTogether) {
 
 TEST(CReadWriteSync, ExcludesAndLosesNoWakeUp) {
     constexpr int threads = 8;
-    constexpr int rounds = 20000;
+    constexpr int rounds = 5000;
     CReadWriteSync sync;
     long written = 0;
     long writtenToo = 0;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -114,4 +115,14 @@ TEST(Document, KeepsItsTextWhileItIsEditedOverAndOver) {
             (--root.End())->Delete();
     }
     EXPECT_EQ(root.GetElement(L"b").GetValue(), L"0");
+
+    // The room of what is deleted is handed out again, so that a document that is kept for months does not
+    // grow.
+    std::set<Element const*> rooms;
+    for (int i = 0; i < 100; ++i) {
+        Element& added = root.AddElementInto(L"e");
+        rooms.insert(&added);
+        added.Delete();
+    }
+    EXPECT_EQ(rooms.size(), 1u);
 }
