@@ -81,6 +81,13 @@ bool containsChildren(Element const& element, Element const& other) {
     return true;
 }
 
+/// Logs when it is not.
+bool isGiven(wchar_t const* attributeName) {
+    if (attributeName == nullptr)
+        logInternalError(group, L"No attribute named NULL");
+    return attributeName != nullptr;
+}
+
 /// Takes a node that was added out of its document again unless it is kept.
 class Addition {
 public:
@@ -139,12 +146,8 @@ AString AnXmlNode::getName() const {
 }
 
 bool AnXmlNode::getValue(bool required, wchar_t const* name, AString* value) const {
-    if (!positionValid())
+    if (!positionValid() || !isGiven(name))
         return false;
-    if (name == nullptr) {
-        logInternalError(group, L"No attribute named NULL");
-        return false;
-    }
     if (*name == L'\0') {
         if (value != nullptr)
             value->cpp_str() = textOf(*m_element);
@@ -228,12 +231,8 @@ bool AnXmlNode::addChild(AnXmlNode* out, wchar_t const* childName, wchar_t const
 }
 
 bool AnXmlNode::setValue(wchar_t const* name, wchar_t const* value) {
-    if (!positionValid())
+    if (!positionValid() || !isGiven(name))
         return false;
-    if (name == nullptr) {
-        logInternalError(group, L"No attribute named NULL");
-        return false;
-    }
     if (*name == L'\0') {
         m_element->SetValue(viewOf(value));
     } else if (Attribute* const attribute = m_element->GetAttribute(name)) {
