@@ -77,8 +77,9 @@ public:
     bool getIniMap(IniMap& out);
 
     /// Writes the changes, if there are any: sections and keys in ascending order, no comments. A reader of
-    /// the file sees it before the write or after it. A failure is not reported, and the changes are no
-    /// longer taken for any; only a std::bad_alloc leaves them for the next write.
+    /// the file sees it before the write or after it, unless the process may make no file beside it. A
+    /// failure is not reported, and the changes are no longer taken for any; only a std::bad_alloc leaves
+    /// them for the next write.
     void write();
 
 private:
