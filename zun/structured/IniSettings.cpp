@@ -21,19 +21,18 @@ std::size_t tableSizeFor(std::size_t settings) {
     return std::max(smallest, std::bit_ceil(settings / 3 * 4));
 }
 
-/// Each has an equal sign and, but for the last, a line break.
-std::size_t mostSettingsIn(std::wstring const& text) {
-    auto const count = [&text](auto... characters) {
-        return static_cast<std::size_t>(
-            std::count_if(text.begin(), text.end(), [=](wchar_t c) { return ((c == characters) || ...); }));
-    };
-    return std::min(count(L'='), count(L'\n', L'\r') + 1);
+/// About how many there are: each has an equal sign, but a text of nothing else must not take a table that is
+/// many times its size.
+std::size_t likelySettingsIn(std::wstring const& text) {
+    constexpr std::size_t shortLine = 16;
+    auto const signs = static_cast<std::size_t>(std::count(text.begin(), text.end(), L'='));
+    return std::min(signs, text.size() / shortLine);
 }
 
 } // namespace
 
 IniSettings::IniSettings(std::wstring text)
-    : m_text(std::move(text)), m_table(tableSizeFor(mostSettingsIn(m_text))) {}
+    : m_text(std::move(text)), m_table(tableSizeFor(likelySettingsIn(m_text))) {}
 
 bool IniSettings::liesInText(std::wstring_view part) const {
     std::less_equal<wchar_t const*> const isNotAfter;

@@ -14,7 +14,7 @@
 /// of thousands of settings takes a few allocations, and a look-up touches few lines of memory.
 class IniSettings {
 public:
-    /// None yet; `text` is what they will be read from, each in a line of its own, with an equal sign.
+    /// None yet; `text` is what they will be read from.
     explicit IniSettings(std::wstring text = {});
     IniSettings(IniSettings const&) = delete;
     IniSettings& operator=(IniSettings const&) = delete;
