@@ -84,10 +84,8 @@ void AnIni2::close() {
 bool AnIni2::get(bool required, AString const& section, AString const& key, AString& value) {
     if (!m_parsed)
         return AnIni::get(required, section, key, value);
-    if (auto const found = m_settings->find(section.const_cpp_str(), key.const_cpp_str())) {
-        value.cpp_str() = *found;
+    if (m_settings->find(section.const_cpp_str(), key.const_cpp_str(), value.cpp_str()))
         return true;
-    }
     if (required) {
         AString message;
         message << L"Couldn't read required section \"" << section << L"\", setting \"" << key
@@ -180,7 +178,7 @@ bool AnIni2::parse() {
         AString text;
         if (!readText(text))
             return false;
-        m_settings = std::make_unique<IniSettings>(std::move(text.cpp_str()));
+        m_settings = std::make_unique<IniSettings>(text.const_cpp_str());
         std::setlocale(LC_ALL, "");
 
         State state = LineStart;
@@ -188,8 +186,8 @@ bool AnIni2::parse() {
         std::wstring_view key;
         std::wstring_view value;
         unsigned line = 1;
-        wchar_t const* at = m_settings->text().data();
-        wchar_t const* const end = at + m_settings->text().size();
+        wchar_t const* at = text;
+        wchar_t const* const end = at + text.size();
         while (at != end && state != Failed) {
             wchar_t const& c = *at++;
             switch (c) {
