@@ -4,20 +4,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <random>
 #include <sys/ipc.h>
 #include <sys/mman.h>
 #include <sys/sem.h>
-#include <sys/wait.h>
+#include <tests/support/ChildProcess.h>
 #include <tests/support/LogCapture.h>
 #include <tests/support/OpenDescriptors.h>
 #include <tests/support/PrivateRoot.h>
@@ -32,6 +30,7 @@ namespace {
 
 std::string const lockDirectory = "/Library/Orvane/zun/scratch/";
 std::string const lockFile = lockDirectory + "agent";
+constexpr char const* hadEnded = "it had ended before";
 
 key_t keyOf(std::string const& path) {
     return ftok(path.c_str(), 3737);
@@ -61,24 +60,6 @@ protected:
     static void awaitWaiters(int count) {
         while (semctl(semget(keyOf(lockFile), 3, 0), 0, GETZCNT) < count)
             std::this_thread::yield();
-    }
-
-    /// Runs `body` in a process of its own. Its exit status tells whether it was true.
-    static pid_t start(std::function<bool()> const& body) {
-        pid_t const process = fork();
-        if (process == 0)
-            [&body]() noexcept { _exit(body() ? EXIT_SUCCESS : EXIT_FAILURE); }();
-        return process;
-    }
-    static bool join(pid_t process) {
-        int status = 0;
-        return waitpid(process, &status, 0) == process && WIFEXITED(status) &&
-               WEXITSTATUS(status) == EXIT_SUCCESS;
-    }
-    static void killRunning(pid_t process) {
-        int status = 0;
-        EXPECT_TRUE(kill(process, SIGKILL) == 0 && waitpid(process, &status, 0) == process);
-        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << "it had ended before";
     }
 
     /// To be called by every process that uses the lock: its file, and so its key, changes whenever it is
@@ -176,11 +157,12 @@ TEST_F(UnixLockTest, WithoutTheLockDirectoryCleansInTheFallbackDirectory) {
 TEST_F(UnixLockTest, ASetOfAnotherUserIsReplaced) {
     writeFile(lockFile, "");
     key_t const key = keyOf(lockFile);
-    ASSERT_TRUE(join(start([key] { return setuid(65534) == 0 && semget(key, 3, IPC_CREAT | 0600) != -1; })));
+    ChildProcess another([key] { return setuid(65534) == 0 && semget(key, 3, IPC_CREAT | 0600) != -1; });
+    ASSERT_TRUE(another.join());
     startLog();
     UnixLock lock("agent");
     EXPECT_TRUE(lock.tryWriteLock());
-    UnixLock const another("agent");
+    UnixLock const next("agent");
     EXPECT_THAT(takeLog(),
                 ElementsAre("[IPLock] [D] Semaphore already exist.",
                             "[IPLock] [E]   A non-root instance of this semaphore encountered so deleting it",
@@ -245,9 +227,9 @@ TEST_F(UnixLockTest, ProcessesCountExactlyWhileTheSetComesAndGoes) {
         ++number;
         return size != -1 && pwrite(file, &number, sizeof number, 0) == sizeof number;
     };
-    std::vector<pid_t> children;
+    std::vector<ChildProcess> children;
     for (int process = 0; process < processes; ++process)
-        children.push_back(start([&] {
+        children.emplace_back([&] {
             int const descriptors = openDescriptors();
             for (int round = 0; round < rounds; ++round) {
                 InterProcessWriteLock lock("agent");
@@ -256,9 +238,9 @@ TEST_F(UnixLockTest, ProcessesCountExactlyWhileTheSetComesAndGoes) {
                 noteKey();
             }
             return openDescriptors() == descriptors;
-        }));
-    for (pid_t const child : children)
-        EXPECT_TRUE(join(child));
+        });
+    for (ChildProcess& child : children)
+        EXPECT_TRUE(child.join());
     int number = 0;
     EXPECT_EQ(pread(file, &number, sizeof number, 0), ssize_t{sizeof number});
     EXPECT_EQ(number, processes * rounds);
@@ -276,18 +258,18 @@ TEST_F(UnixLockTest, KilledProcessesLeaveNeitherHoldNorReference) {
                 return false;
         }
     };
-    std::array<pid_t, 4> processes;
-    for (pid_t& process : processes)
-        process = start(work);
+    std::vector<ChildProcess> processes;
+    for (int process = 0; process < 4; ++process)
+        processes.emplace_back(work);
     std::mt19937 random(1);
     for (int round = 0; round < 200; ++round) {
         std::this_thread::sleep_for(std::chrono::microseconds(random() % 2000));
-        pid_t& victim = processes[random() % processes.size()];
-        killRunning(victim);
-        victim = start(work);
+        ChildProcess& victim = processes[random() % processes.size()];
+        EXPECT_TRUE(victim.kill()) << hadEnded;
+        victim = ChildProcess(work);
     }
-    for (pid_t const process : processes)
-        killRunning(process);
+    for (ChildProcess& process : processes)
+        EXPECT_TRUE(process.kill()) << hadEnded;
     {
         UnixLock const lock("agent");
         EXPECT_THAT(counts(), ElementsAre(0, 0, 1));
@@ -297,22 +279,22 @@ TEST_F(UnixLockTest, KilledProcessesLeaveNeitherHoldNorReference) {
 
 TEST_F(UnixLockTest, NeitherKillsNorSignalsComeBetweenAWaitAndItsLock) {
     UnixLock const lock("agent");
-    pid_t const holder = start([] {
+    ChildProcess holder([] {
         UnixLock held("agent");
         return held.writeLock(0) && pause() == 0;
     });
     while (counts()[0] == 0)
         std::this_thread::yield();
-    pid_t const waiting = start([] { return InterProcessWriteLock("agent").lock(0); });
+    ChildProcess waiting([] { return InterProcessWriteLock("agent").lock(0); });
     awaitWaiters(1);
-    pid_t const next = start([] { return InterProcessReadLock("agent").lock(0); });
+    ChildProcess next([] { return InterProcessReadLock("agent").lock(0); });
     awaitWaiters(2);
-    kill(next, SIGSTOP); // which ends the system call that waits; see signal(7)
-    EXPECT_EQ(waitpid(next, nullptr, WUNTRACED), next);
-    kill(next, SIGCONT);
-    killRunning(waiting);
-    killRunning(holder);
-    EXPECT_TRUE(join(next));
+    kill(next.id(), SIGSTOP); // which ends the system call that waits; see signal(7)
+    EXPECT_EQ(waitpid(next.id(), nullptr, WUNTRACED), next.id());
+    kill(next.id(), SIGCONT);
+    EXPECT_TRUE(waiting.kill()) << hadEnded;
+    EXPECT_TRUE(holder.kill()) << hadEnded;
+    EXPECT_TRUE(next.join());
     EXPECT_THAT(counts(), ElementsAre(0, 0, 1));
 }
 

@@ -5,6 +5,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <tests/support/LoggerFixture.h>
+#include <tests/support/OpenDescriptors.h>
 #include <unistd.h>
 
 using namespace orvane_com::zun::logger;
@@ -87,11 +88,7 @@ TEST_F(LogFaultsTest, AFileThatCannotBeReopenedIsDetached) {
 }
 
 TEST_F(LogFaultsTest, NoDescriptorIsLeftOpen) {
-    auto const descriptors = [] {
-        auto const all = std::filesystem::directory_iterator("/dev/fd");
-        return std::distance(begin(all), end(all));
-    };
-    auto const before = descriptors();
+    int const before = openDescriptors();
     logger().setMaxLogFileSize(0);
     attach("agent.log");
     attach("agent.log");
@@ -104,7 +101,7 @@ TEST_F(LogFaultsTest, NoDescriptorIsLeftOpen) {
             std::filesystem::remove(path("agent.log"));
     }
     ILogger::FreeLogger();
-    EXPECT_EQ(descriptors(), before);
+    EXPECT_EQ(openDescriptors(), before);
 }
 
 } // namespace

@@ -1,14 +1,12 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
-#include <csignal>
 #include <fcntl.h>
 #include <filesystem>
-#include <functional>
 #include <map>
 #include <random>
 #include <sys/file.h>
-#include <sys/wait.h>
+#include <tests/support/ChildProcess.h>
 #include <tests/support/LoggerFixture.h>
 #include <thread>
 #include <unistd.h>
@@ -20,22 +18,6 @@ namespace {
 
 class LogProcessesTest : public LoggerFixture {
 protected:
-    /// Runs `body` in a process of its own. The parent has no thread but its main one.
-    static pid_t start(std::function<void()> const& body) {
-        pid_t const process = fork();
-        if (process == 0) {
-            body();
-            _exit(0);
-        }
-        return process;
-    }
-
-    static void join(pid_t process) {
-        int status = 0;
-        ASSERT_EQ(waitpid(process, &status, 0), process);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
-    }
-
     /// How often each message stands in the live file and all backups.
     std::map<std::string, int> countMessages() const {
         std::map<std::string, int> counts;
@@ -56,9 +38,9 @@ TEST_F(LogProcessesTest, ProcessesShareOneRotatingFile) {
     constexpr int threads = 2;
     constexpr int messages = 1500;
     std::wstring const filling(200, L'.');
-    std::vector<pid_t> children;
+    std::vector<ChildProcess> children;
     for (int process = 0; process < processes; ++process)
-        children.push_back(start([&] {
+        children.emplace_back([&] {
             attach("agent.log");
             logger().setMaxLogFileSize(16);
             logger().setNumberOfBackupLogs(100000);
@@ -72,9 +54,10 @@ TEST_F(LogProcessesTest, ProcessesShareOneRotatingFile) {
                 });
             for (std::thread& worker : workers)
                 worker.join();
-        }));
-    for (pid_t const child : children)
-        join(child);
+            return true;
+        });
+    for (ChildProcess& child : children)
+        EXPECT_TRUE(child.join());
     std::map<std::string, int> const counts = countMessages();
     EXPECT_EQ(counts.size(), std::size_t{processes * threads * messages});
     for (auto const& [message, count] : counts)
@@ -87,14 +70,14 @@ TEST_F(LogProcessesTest, KilledProcessesLeaveWholeLines) {
     std::mt19937 random(1);
     std::uniform_int_distribution<int> microseconds(0, 4000);
     for (int process = 0; process < processes; ++process) {
-        pid_t const child = start([this] {
+        ChildProcess child([this] {
             attach("agent.log");
             for (long message = 0;; ++message)
                 logger().logMessage(Info, L"g", std::wstring(100, L'a' + wchar_t(message % 26)) + L'!');
+            return false;
         });
         std::this_thread::sleep_for(std::chrono::microseconds(microseconds(random)));
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
+        EXPECT_TRUE(child.kill()) << "it had ended before";
     }
     // A write is not atomic against a kill where it crosses a page of the page cache.
     long const page = sysconf(_SC_PAGESIZE);
@@ -127,16 +110,16 @@ TEST_F(LogProcessesTest, ARotatorThatIsStoppedHoldsNobodyUp) {
     writeFile(path("agent.log"), "x\r\n");
     int ready[2];
     ASSERT_EQ(pipe(ready), 0);
-    pid_t const child = start([&] {
+    ChildProcess child([&] {
         int const locked = open(directory.path().c_str(), O_RDONLY | O_DIRECTORY);
         if (flock(locked, LOCK_EX) == 0 && write(ready[1], "x", 1) == 1)
             pause();
+        return false;
     });
     char byte = 0;
     ASSERT_EQ(read(ready[0], &byte, 1), 1);
     logger().logMessage(Info, L"g", L"goes on");
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
+    EXPECT_TRUE(child.kill()) << "it had ended before";
     close(ready[0]);
     close(ready[1]);
     auto const written = lines("agent.log");

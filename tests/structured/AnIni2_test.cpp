@@ -3,16 +3,14 @@
 
 #include <gmock/gmock.h>
 
-#include <chrono>
 #include <memory>
 #include <random>
 #include <sys/stat.h>
-#include <tests/support/ChildProcess.h>
+#include <tests/support/KilledWriter.h>
 #include <tests/support/LiteralIni.h>
 #include <tests/support/LogCapture.h>
 #include <tests/support/TemporaryDirectory.h>
 #include <tests/support/Utf8Locale.h>
-#include <thread>
 
 using orvane_com::zun::helper::toNarrow;
 using testing::ElementsAre;
@@ -187,27 +185,14 @@ TEST_F(AnIni2Test, AKilledWriterLeavesTheOldFileOrTheNewOne) {
     write(L'a');
     std::string const other = text();
     ASSERT_NE(one, other);
-    int written[2];
-    ASSERT_EQ(pipe(written), 0);
-    std::mt19937 random(1);
-    for (int round = 0; round < 50; ++round) {
-        ChildProcess writer([&] {
-            for (bool first = true;; first = false) {
-                write(L'a');
-                if (first && ::write(written[1], "w", 1) != 1)
-                    return false;
-                write(L'b');
-            }
-        });
-        char byte = 0;
-        ASSERT_EQ(read(written[0], &byte, 1), 1);
-        std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000));
-        writer.kill();
+    auto const writeInTurn = [&write](std::size_t count) {
+        write(count % 2 == 0 ? L'a' : L'b');
+        return true;
+    };
+    killWriterAtRandomMoments(writeInTurn, [&] {
         std::string const after = text();
-        ASSERT_TRUE(after == one || after == other) << round;
-    }
-    close(written[0]);
-    close(written[1]);
+        return after == one || after == other;
+    });
 }
 
 } // namespace

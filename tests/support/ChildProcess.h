@@ -1,7 +1,5 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <csignal>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,14 +8,21 @@
 /// A process of its own that runs a function, made while the test has one thread.
 class ChildProcess {
 public:
-    /// `body` returns whether all was well.
+    /// `body` returns whether all was well; an exception ends the process as any that nobody catches.
     template <typename Body>
     explicit ChildProcess(Body body) : m_process(fork()) {
         if (m_process == 0)
-            _exit(body() ? 0 : 1);
+            [&body]() noexcept { _exit(body() ? 0 : 1); }();
     }
     ChildProcess(ChildProcess&& other) noexcept : m_process(std::exchange(other.m_process, 0)) {}
+    ChildProcess& operator=(ChildProcess&& other) noexcept {
+        kill();
+        m_process = std::exchange(other.m_process, 0);
+        return *this;
+    }
     ~ChildProcess() { kill(); }
+
+    pid_t id() const { return m_process; }
 
     /// Whether the process ended by itself, and well.
     bool join() {
@@ -26,11 +31,12 @@ public:
                WEXITSTATUS(status) == 0;
     }
 
-    void kill() {
-        if (m_process <= 0)
-            return;
-        ::kill(m_process, SIGKILL);
-        waitpid(std::exchange(m_process, 0), nullptr, 0);
+    /// False when the process had ended before.
+    bool kill() {
+        int status = 0;
+        return m_process > 0 && ::kill(m_process, SIGKILL) == 0 &&
+               waitpid(std::exchange(m_process, 0), &status, 0) > 0 && WIFSIGNALED(status) &&
+               WTERMSIG(status) == SIGKILL;
     }
 
 private:

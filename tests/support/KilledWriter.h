@@ -30,7 +30,7 @@ void killWriterAtRandomMoments(Write write, IsWhole isWhole) {
         char first = 0;
         EXPECT_TRUE(read(written[0], &first, 1) == 1 && first == 'w');
         std::this_thread::sleep_for(std::chrono::microseconds(microseconds(random)));
-        writer.kill();
+        EXPECT_TRUE(writer.kill()) << "it had ended before round " << round << " was over";
         EXPECT_TRUE(isWhole()) << "after round " << round;
     }
     close(written[0]);
