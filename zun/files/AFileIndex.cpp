@@ -1,7 +1,7 @@
 #include <zun/files/AFileIndex.h>
 #include <zun/files/APath.h>
 #include <zun/files/CallTrace.h>
-#include <zun/platform/helper/GlobErrors.h>
+#include <zun/platform/file/GlobErrors.h>
 #include <zun/text/ACharString.h>
 
 #include <cerrno>
@@ -27,7 +27,7 @@ bool AFileIndex::open(bool complainIfNone, wchar_t const* directory, wchar_t con
     joinPath(&patternPath, directory, pattern);
     CallTrace const trace(group, L"glob", patternPath);
     int const result = glob(ACharString(static_cast<wchar_t const*>(patternPath)), GLOB_MARK | GLOB_NOSORT,
-                            orvane_com::zun::helper::stopWithoutMemory, &m_matches);
+                            orvane_com::zun::file::stopWithoutMemory, &m_matches);
     if (result == 0) {
         m_next = m_matches.gl_pathv;
         return true;

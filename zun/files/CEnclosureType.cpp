@@ -5,7 +5,7 @@
 #ifdef __APPLE__
 #include <sys/sysctl.h>
 #else
-#include <zun/platform/helper/WholeFile.h>
+#include <zun/platform/file/WholeFile.h>
 
 #include <algorithm>
 #endif
@@ -29,7 +29,7 @@ bool hasPortableChassis() {
 
 std::string firstLine(char const* path) {
     std::string text;
-    orvane_com::zun::helper::readWholeFile(path, text);
+    orvane_com::zun::file::readWholeFile(path, text);
     return text.substr(0, text.find('\n'));
 }
 

@@ -15,7 +15,7 @@
 #include <utility>
 
 namespace helper = orvane_com::zun::helper;
-using helper::FileDescriptor;
+using orvane_com::zun::file::FileDescriptor;
 
 namespace {
 

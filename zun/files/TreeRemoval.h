@@ -1,6 +1,6 @@
 #pragma once
 
-#include <zun/platform/helper/FileDescriptor.h>
+#include <zun/platform/file/FileDescriptor.h>
 #include <zun/text/AString.h>
 
 #include <string>
@@ -35,7 +35,7 @@ private:
 
     bool enter(int parent, std::string const& name);
     bool leave();
-    orvane_com::zun::helper::FileDescriptor openLastFromTop() const;
+    orvane_com::zun::file::FileDescriptor openLastFromTop() const;
     void listCurrent(std::vector<std::string>& files, std::vector<std::string>& subdirectories);
     void removeFile(std::string const& name);
     void removeDirectory(std::string const& name);
@@ -43,7 +43,7 @@ private:
 
     AString m_top;
     std::wstring m_path;
-    orvane_com::zun::helper::FileDescriptor m_current;
+    orvane_com::zun::file::FileDescriptor m_current;
     std::vector<Level> m_levels;
     bool m_allGone = true;
 };

@@ -1,8 +1,9 @@
 #include <zun/linux/log.h>
 #include <zun/lock/UnixLock.h>
 #include <zun/platform/helper/CommonHelper.h>
-#include <zun/platform/helper/FileDescriptor.h>
-#include <zun/platform/helper/FileLock.h>
+#include <zun/platform/file/FileLock.h>
+#include <zun/platform/file/Permissions.h>
+#include <zun/platform/file/Place.h>
 
 #include <cerrno>
 #include <cstddef>
@@ -102,6 +103,41 @@ std::string errorText(int error) {
     return std::generic_category().message(error);
 }
 
+file::FileDescriptor openLockFile(std::string const& path, int flags) {
+    std::optional<file::Place> const place = file::Place::find(path);
+    return place ? place->open(file::Place::Kind::secret, flags, file::ownerOnly) : file::FileDescriptor();
+}
+
+/// Held on the lock file that the path names once the lock is had.
+class LockFileHold {
+public:
+    explicit LockFileHold(std::string const& path) {
+        for (;;) {
+            file::FileDescriptor opened = openLockFile(path, O_RDWR | O_CREAT);
+            if (!opened.isOpen() || !file::lockFile(opened))
+                return;
+            std::optional<struct stat> const status = opened.status();
+            struct stat named {};
+            if (status && stat(path.c_str(), &named) == 0 && file::isSameFile(named, *status)) {
+                m_file = std::move(opened);
+                return;
+            }
+            file::unlockFile(opened);
+        }
+    }
+    LockFileHold(LockFileHold const&) = delete;
+    LockFileHold& operator=(LockFileHold const&) = delete;
+    ~LockFileHold() {
+        if (isHeld())
+            file::unlockFile(m_file);
+    }
+
+    bool isHeld() const { return m_file.isOpen(); }
+
+private:
+    file::FileDescriptor m_file;
+};
+
 /// Whether the set is the super-user's own. A set that cannot be examined counts as such.
 bool isTrusted(int set) {
     semid_ds status{};
@@ -187,7 +223,7 @@ Reference takeReference(int set) {
 UnixLock::UnixLock(std::string const& name) {
     if (!createSemFile(name))
         failToConstruct("Failed to create the file  " + m_path);
-    helper::FileLock const fileLock(m_path, ownerMayReadAndWrite);
+    LockFileHold const fileLock(m_path);
     key_t const key = fileLock.isHeld() ? ftok(m_path.c_str(), projectId) : -1;
     if (key == -1)
         failToConstruct("Failed to get the semaphore id due to " + errorText(errno));
@@ -207,7 +243,7 @@ UnixLock::UnixLock(std::string const& name) {
 }
 
 UnixLock::~UnixLock() {
-    helper::FileLock const fileLock(m_path, ownerMayReadAndWrite);
+    LockFileHold const fileLock(m_path);
     bool const mayRemove = fileLock.isHeld() || errno == ENOENT; // no directory, so no new users
     if (operate(m_id, {add(referenceCount, -1, wait)})) {
         if (mayRemove)
@@ -258,7 +294,7 @@ bool UnixLock::createSemFile(std::string const& name) {
     m_path = lock_path + name;
     struct stat status {};
     return stat(m_path.c_str(), &status) == 0 ||
-           helper::FileDescriptor::open(m_path.c_str(), O_RDWR | O_CREAT, ownerMayReadAndWrite).isOpen();
+           openLockFile(m_path, O_RDWR | O_CREAT).isOpen();
 }
 
 void UnixLock::cleanSemaphore(std::string const& name) {
@@ -268,8 +304,8 @@ void UnixLock::cleanSemaphore(std::string const& name) {
     if (findSet(path) == -1)
         return;
     // No lock is made in the fallback directory, so none is waited for: its files are anybody's.
-    std::optional<helper::FileLock> fileLock;
-    if (!isFallback && !fileLock.emplace(path, ownerMayReadAndWrite).isHeld())
+    std::optional<LockFileHold> fileLock;
+    if (!isFallback && !fileLock.emplace(path).isHeld())
         return;
     int const set = findSet(path);
     if (set == -1 || semctl(set, 0, IPC_RMID) != -1)

@@ -2,6 +2,7 @@
 #include <zun/logger/ILogger.h>
 #include <zun/logger/LogFile.h>
 #include <zun/logger/MessageResource.h>
+#include <zun/platform/file/ErrnoKeeper.h>
 #include <zun/platform/helper/CommonHelper.h>
 
 #include <boost/thread/locks.hpp>
@@ -9,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <charconv>
 #include <exception>
 #include <limits>
@@ -50,18 +50,6 @@ std::string const FreeTableFunction = "FreeStringTable";
 namespace {
 
 constexpr std::string_view lineEnd = "\r\n";
-
-/// Logging leaves errno to the code that it reports on.
-class ErrnoKeeper {
-public:
-    ErrnoKeeper() : m_error(errno) {}
-    ErrnoKeeper(ErrnoKeeper const&) = delete;
-    ErrnoKeeper& operator=(ErrnoKeeper const&) = delete;
-    ~ErrnoKeeper() { errno = m_error; }
-
-private:
-    int const m_error;
-};
 
 std::wstring_view levelTag(LogLevel level) {
     return level >= Debug && level <= Emer ? levelTags[static_cast<std::size_t>(level)] : levelTags[Info];
@@ -280,7 +268,7 @@ template <typename BuildLine>
 void ILogger::writeLine(LogLevel level, BuildLine const& buildLine) {
     if (!passes(level))
         return;
-    ErrnoKeeper const errnoKeeper;
+    file::ErrnoKeeper const errnoKeeper; // it belongs to the code that is reported on
     // A message that cannot be written is lost.
     isDoneWithoutException([&] {
         boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);

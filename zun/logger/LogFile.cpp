@@ -1,6 +1,8 @@
 #include <zun/logger/LogFile.h>
 #include <zun/platform/helper/CommonHelper.h>
-#include <zun/platform/helper/GlobErrors.h>
+#include <zun/platform/file/GlobErrors.h>
+#include <zun/platform/file/Permissions.h>
+#include <zun/platform/file/Place.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -12,7 +14,6 @@
 #include <memory>
 #include <new>
 #include <optional>
-#include <sys/file.h>
 #ifdef __linux__
 #include <sys/sysmacros.h>
 #endif
@@ -23,8 +24,6 @@
 namespace orvane_com::zun::logger {
 
 namespace {
-
-constexpr unsigned logFileMode = 0666;
 
 /// Which file a path names, and how large it is.
 struct Look {
@@ -69,7 +68,7 @@ public:
         std::unique_ptr<glob_t, void (*)(glob_t*)> const owner(&found, globfree);
         std::vector<std::int32_t> numbers;
         int const result = glob((literal(m_before) + "*" + literal(m_after)).c_str(), GLOB_NOSORT,
-                                helper::stopWithoutMemory, &found);
+                                file::stopWithoutMemory, &found);
         if (result == GLOB_NOSPACE || result == GLOB_ABORTED)
             throw std::bad_alloc();
         if (result != 0) {
@@ -114,9 +113,18 @@ private:
     std::string m_after;
 };
 
-std::string directoryOf(std::string const& path) {
-    std::size_t const slash = path.rfind('/');
-    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+/// A failure is silent: what could not be renamed grows on.
+void move(std::string const& from, std::string const& to) {
+    std::optional<file::Place> const source = file::Place::find(from, file::Place::LastLink::kept);
+    std::optional<file::Place> const target = file::Place::find(to, file::Place::LastLink::kept);
+    if (source && target)
+        renameat(source->directory(), source->name(), target->directory(), target->name());
+}
+
+file::FileDescriptor openForAppending(std::string const& path) {
+    std::optional<file::Place> const place = file::Place::find(path);
+    return place ? place->open(file::Place::Kind::log, O_WRONLY | O_CREAT | O_APPEND, file::newFileMode)
+                 : file::FileDescriptor();
 }
 
 } // namespace
@@ -126,21 +134,24 @@ LogFile::LogFile(std::string path) : m_path(std::move(path)) {
 }
 
 bool LogFile::reopen() {
-    helper::makeDirectories(m_path.substr(0, m_path.rfind('/')));
-    return open();
-}
-
-bool LogFile::open() {
-    m_file = helper::FileDescriptor::open(m_path.c_str(), O_WRONLY | O_CREAT | O_APPEND, logFileMode);
-    struct stat status {};
-    if (!m_file.isOpen() || fstat(m_file.get(), &status) != 0) {
+    file::makeDirectories(m_path.substr(0, m_path.rfind('/')));
+    file::FileDescriptor opened = openForAppending(m_path);
+    if (!opened.isOpen() && (errno == EMFILE || errno == ENFILE)) {
         m_file.close();
-        return false;
+        opened = openForAppending(m_path);
     }
-    if (status.st_dev != m_device || status.st_ino != m_inode)
+    std::optional<struct stat> const status = opened.isOpen() ? opened.status() : std::nullopt;
+    if (!status) {
+        // What another file keeps from being opened goes on in the open one.
+        if (!lookAt(m_path))
+            m_file.close();
+        return m_file.isOpen();
+    }
+    if (status->st_dev != m_device || status->st_ino != m_inode)
         m_endsInFragment = false;
-    m_device = status.st_dev;
-    m_inode = status.st_ino;
+    m_device = status->st_dev;
+    m_inode = status->st_ino;
+    m_file = std::move(opened);
     return true;
 }
 
@@ -174,23 +185,9 @@ bool LogFile::rotate(std::int32_t backups) {
             moves.emplace_back(generations.path(number), generations.path(number + 1));
         moves.emplace_back(m_path, generations.path(1));
     }
-    m_file.close();
     for (auto const& [from, to] : moves)
-        std::rename(from.c_str(), to.c_str());
-    return open();
-}
-
-RotationRight::RotationRight(std::string const& path)
-    : m_directory(helper::FileDescriptor::open(directoryOf(path).c_str(), O_RDONLY | O_DIRECTORY)) {
-    // One that may not be listed lends its place to the file.
-    if (!m_directory.isOpen())
-        m_directory = helper::FileDescriptor::open(path.c_str(), O_WRONLY | O_APPEND);
-    m_isHeld = flock(m_directory.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
-}
-
-RotationRight::~RotationRight() {
-    if (m_isHeld)
-        flock(m_directory.get(), LOCK_UN);
+        move(from, to);
+    return reopen();
 }
 
 } // namespace orvane_com::zun::logger

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <zun/platform/helper/FileDescriptor.h>
+#include <zun/platform/file/FileDescriptor.h>
+#include <zun/platform/file/FileLock.h>
 
 #include <cstdint>
 #include <string>
@@ -28,41 +29,33 @@ public:
     /// Appends whole lines in one write. False when not all of them could be written.
     bool append(std::string_view lines);
 
-    /// Opens the path anew, with all missing directories.
+    /// Opens the path anew, with all missing directories. What names another file that cannot be opened leaves the
+    /// open one as it is. False when no file is open then.
     bool reopen();
 
     /// Moves the file into the first of `backups` numbered generations beside it, each older one a generation
-    /// on, and opens an empty file in its place. False when that could not be opened.
+    /// on, and opens an empty file in its place, as reopen does.
     bool rotate(std::int32_t backups);
 
 private:
-    bool open();
-
     std::string m_path;
-    helper::FileDescriptor m_file;
+    file::FileDescriptor m_file;
     dev_t m_device = 0;
     ino_t m_inode = 0;
     /// True when a failed append left a part of a line at the file's end.
     bool m_endsInFragment = false;
 };
 
-/// The right to rotate the file that a path names, which one process has at a time. It is a lock on the
-/// directory: the file may be moved away by others, and a second process would shift the same backups.
+/// The right to rotate the file that a path names, which one process has at a time. It is never waited for, and
+/// where its lock cannot be made or a stranger occupies its name, everybody has it.
 class RotationRight {
 public:
-    /// Does not wait: isHeld is false while another process rotates a file of the directory. Where the system
-    /// locks no directories, everybody has the right.
-    explicit RotationRight(std::string const& path);
-    RotationRight(RotationRight const&) = delete;
-    RotationRight& operator=(RotationRight const&) = delete;
-    /// Gives the right back, whatever children have inherited the descriptor.
-    ~RotationRight();
+    explicit RotationRight(std::string const& path) : m_lock(path, file::FileLock::Wait::none) {}
 
-    bool isHeld() const { return m_isHeld; }
+    bool isHeld() const { return !m_lock.isHeldElsewhere(); }
 
 private:
-    helper::FileDescriptor m_directory;
-    bool m_isHeld;
+    file::FileLock const m_lock;
 };
 
 } // namespace orvane_com::zun::logger

@@ -1,8 +1,8 @@
 #include <zun/binary/ABuffer.h>
 #include <zun/linux/log.h>
-#include <zun/platform/helper/FileDescriptor.h>
-#include <zun/platform/helper/FileLock.h>
-#include <zun/platform/helper/WholeFile.h>
+#include <zun/platform/file/FileLock.h>
+#include <zun/platform/file/Place.h>
+#include <zun/platform/file/WholeFile.h>
 #include <zun/structured/AnIni2.h>
 #include <zun/structured/AnXml.h>
 #include <zun/structured/IniSettings.h>
@@ -142,17 +142,17 @@ void AnIni2::write() {
     if (lastSection)
         text.append(L"\n");
     // Held against the other writers of profile strings; it is had only where the file can be written.
-    constexpr unsigned newFileMode = 0666;
     std::string const path = static_cast<char const*>(ACharString(fileName()));
-    helper::FileLock const lock(path, newFileMode);
+    file::FileLock const lock(path);
     if (lock.isHeld()) {
         std::setlocale(LC_ALL, "");
         AnObjectBuffer<unsigned char> bytes;
         if (AnXml::convertUnicodeToUtf8(text.c_str(), bytes) &&
-            !helper::replaceWholeFile(path, bytes.cpp_str().c_str(), newFileMode) &&
+            !file::replaceWholeFile(path, bytes.cpp_str().c_str()) &&
             (errno == EACCES || errno == EPERM || errno == EROFS || errno == EBUSY)) {
             // No file can be made beside it, or it is mounted by itself: it is written in place.
-            helper::FileDescriptor::open(path.c_str(), O_WRONLY | O_TRUNC).write(bytes.cpp_str().c_str());
+            if (std::optional<file::Place> const place = file::Place::find(path))
+                place->open(file::Place::Kind::data, O_WRONLY | O_TRUNC).write(bytes.cpp_str().c_str());
         }
     }
     m_modified = false;
@@ -162,9 +162,9 @@ void AnIni2::write() {
 bool AnIni2::readText(AString& text) const {
     ACharString const path(fileName());
     std::string bytes;
-    if (!helper::readWholeFile(static_cast<char const*>(path), bytes)) {
+    if (!file::readWholeFile(static_cast<char const*>(path), bytes)) {
         int const error = errno;
-        if (!helper::FileDescriptor::open(path, O_RDONLY).isOpen())
+        if (!file::openForReading(static_cast<char const*>(path), file::Place::Kind::any).isOpen())
             return true;
         errno = error;
         logErrno(group);

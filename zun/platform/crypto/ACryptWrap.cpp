@@ -1,19 +1,19 @@
 #include <zun/platform/crypto/ACryptWrap.h>
-#include <zun/platform/helper/FileDescriptor.h>
-#include <zun/platform/helper/ReplacementFile.h>
+#include <zun/platform/file/FileDescriptor.h>
+#include <zun/platform/file/Permissions.h>
+#include <zun/platform/file/Place.h>
+#include <zun/platform/file/Refusal.h>
+#include <zun/platform/file/ReplacementFile.h>
 
 #include <sodium.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
-#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string_view>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 
 // An enciphered text is
@@ -29,8 +29,9 @@
 
 namespace {
 
-using orvane_com::zun::helper::FileDescriptor;
-using orvane_com::zun::helper::ReplacementFile;
+using orvane_com::zun::file::FileDescriptor;
+using orvane_com::zun::file::Place;
+namespace file = orvane_com::zun::file;
 
 constexpr std::string_view formatName = "\x8FZUNSEAL";
 constexpr char formatVersion = 1;
@@ -51,7 +52,7 @@ bool fail(std::string reason) {
 }
 
 bool failForErrno(std::string const& what, std::string const& path) {
-    return fail(what + " " + path + ": " + std::generic_category().message(errno));
+    return fail(what + " " + path + ": " + file::reasonFor(errno));
 }
 
 bool isLibraryReady() {
@@ -98,61 +99,42 @@ Key newKey() {
 
 /// A file with a random key; one that another process made meanwhile stays.
 bool createKeyFile(std::string const& path) {
-    std::string const directory = std::filesystem::absolute(path).parent_path();
     Key const key = newKey();
     if (!key)
         return false;
     randombytes_buf(key.get(), keySize);
-    // Only now: errno has to be that of the file.
-    ReplacementFile created(path, S_IRUSR | S_IWUSR);
+    std::optional<Place> const place = Place::find(path);
+    if (!place)
+        return failForErrno("cannot create the key file", path);
+    file::ReplacementFile created(*place, file::ownerOnly);
     FileDescriptor& file = created.file();
     std::string_view const bytes(reinterpret_cast<char const*>(key.get()), keySize);
     if (!file.isOpen() || file.write(bytes) != keySize || !file.flush() || !file.close() ||
         (!created.becomeTarget() && errno != EEXIST))
         return failForErrno("cannot create the key file", path);
     // Only now does the name survive a loss of power, and with it what the key will encipher.
-    FileDescriptor const opened = FileDescriptor::open(directory.c_str(), O_RDONLY | O_DIRECTORY);
-    return (opened.isOpen() && opened.flush()) || failForErrno("cannot save the name of the key file", path);
-}
-
-/// How many bytes were read: fewer than `size` only at the file's end; none, with errno set, on failure.
-std::optional<std::size_t> readBytes(int file, unsigned char* bytes, std::size_t size) {
-    std::size_t count = 0;
-    while (count < size) {
-        ssize_t const result = read(file, bytes + count, size - count);
-        if (result > 0)
-            count += static_cast<std::size_t>(result);
-        else if (result == 0)
-            break;
-        else if (errno != EINTR)
-            return std::nullopt;
-    }
-    return count;
+    return place->flushDirectory() || failForErrno("cannot save the name of the key file", path);
 }
 
 Key readKey(FileDescriptor const& file, std::string const& path) {
-    struct stat status {};
-    if (fstat(file.get(), &status) != 0) {
+    std::optional<struct stat> const status = file.status();
+    if (!status) {
         failForErrno("cannot examine the key file", path);
         return nullptr;
     }
-    if (!S_ISREG(status.st_mode)) {
-        fail("the key file " + path + " is no regular file");
-        return nullptr;
-    }
-    if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+    if ((status->st_mode & (S_IRWXG | S_IRWXO)) != 0) {
         fail("the key file " + path + " is open to others than its owner");
         return nullptr;
     }
     Key key = newKey();
     if (!key)
         return nullptr;
-    std::optional<std::size_t> const count = readBytes(file.get(), key.get(), keySize);
+    std::optional<std::size_t> const count = file.read(reinterpret_cast<char*>(key.get()), keySize);
     if (!count) {
         failForErrno("cannot read the key file", path);
         return nullptr;
     }
-    if (*count != keySize || status.st_size != static_cast<off_t>(keySize)) {
+    if (*count != keySize || status->st_size != static_cast<off_t>(keySize)) {
         fail("the key file " + path + " does not hold a key of " + std::to_string(keySize) + " bytes");
         return nullptr;
     }
@@ -176,8 +158,7 @@ bool isEnciphered(std::string_view text) {
 bool ACryptWrap::useKeyFile(std::string const& path) {
     if (!isLibraryReady())
         return false;
-    // A pipe in the file's place must not block the caller.
-    auto const open = [&path] { return FileDescriptor::open(path.c_str(), O_RDONLY | O_NONBLOCK); };
+    auto const open = [&path] { return file::openForReading(path, Place::Kind::secret); };
     FileDescriptor file = open();
     if (!file.isOpen() && errno == ENOENT) {
         if (!createKeyFile(path))

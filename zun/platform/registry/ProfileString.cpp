@@ -1,8 +1,8 @@
 #include <zun/platform/helper/CommonHelper.h>
-#include <zun/platform/helper/WholeFile.h>
+#include <zun/platform/file/WholeFile.h>
 #include <zun/platform/registry/ProfileString.h>
 #include <zun/platform/registry/SectionedText.h>
-#include <zun/platform/registry/SharedFile.h>
+#include <zun/platform/file/SharedFile.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -17,7 +17,6 @@ using registry::trimBlanks;
 
 namespace {
 
-constexpr unsigned newFileMode = 0666;
 
 std::optional<std::string> readHeader(std::string_view line) {
     std::string_view const text = trimBlanks(line);
@@ -148,7 +147,7 @@ unsigned long GetPrivateProfileString(wchar_t const* section, wchar_t const* key
         return 0;
     std::string text;
     if (file)
-        helper::readWholeFile(helper::toNarrow(file), text);
+        file::readWholeFile(helper::toNarrow(file), text);
     if (!section)
         return copyList(listSections(text), buffer, size);
     std::optional<std::wstring> found;
@@ -173,7 +172,7 @@ bool WritePrivateProfileString(wchar_t const* section, wchar_t const* key, wchar
     if (!key || !value) {
         if (!exists(path))
             return true;
-        return registry::editSharedFile(path, newFileMode, [&](std::string& text) {
+        return file::editSharedFile(path, [&](std::string& text) {
             if (key)
                 registry::removeEntry(profileFormat, text, sectionName, narrowName(key));
             else
@@ -186,7 +185,7 @@ bool WritePrivateProfileString(wchar_t const* section, wchar_t const* key, wchar
         errno = EINVAL;
         return false;
     }
-    return registry::editSharedFile(path, newFileMode, [&](std::string& text) {
+    return file::editSharedFile(path, [&](std::string& text) {
         registry::setEntry(profileFormat, text, sectionName, keyName, valueText);
     });
 }

@@ -1,8 +1,9 @@
+#include <zun/platform/file/Place.h>
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/platform/registry/Registry.h>
 #include <zun/platform/registry/RegistryFormat.h>
 #include <zun/platform/registry/RegistryView.h>
-#include <zun/platform/registry/SharedFile.h>
+#include <zun/platform/file/SharedFile.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -10,6 +11,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace orvane_com::zun;
@@ -18,7 +20,7 @@ using registry::RegistryView;
 
 namespace {
 
-constexpr unsigned newStoreMode = 0644;
+constexpr mode_t newStoreMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
 constexpr char separator = '\\';
 
 /// The keys that are open. A key that is opened several times has one handle and is closed as many times, so
@@ -113,7 +115,7 @@ long placeOf(HKEY key, Place& place) {
 
 /// The mutex is not held: readers of this process need not wait for another process's write.
 long editStore(std::string const& store, std::function<void(std::string&)> const& edit) {
-    if (registry::editSharedFile(store, newStoreMode, edit))
+    if (file::editSharedFile(store, edit, newStoreMode))
         return ERROR_SUCCESS;
     bool const isForbidden = errno == EACCES || errno == EPERM || errno == EROFS;
     return isForbidden ? ERROR_ACCESS_DENIED : ERROR_WRITE_FAULT;
@@ -149,13 +151,13 @@ long openKey(HKEY root, char const* subKey, bool create, HKEY* key) {
 }
 
 bool createStore(std::string const& path) {
-    std::size_t const slash = path.rfind('/');
-    if (slash != std::string::npos && slash != 0 && !helper::makeDirectories(path.substr(0, slash)))
+    if (!file::makeDirectories(file::parentOf(path)))
         return false;
-    return registry::editSharedFile(path, newStoreMode, [](std::string& text) {
+    auto const fill = [](std::string& text) {
         if (text.empty())
             text = registry::emptyRegistryText;
-    });
+    };
+    return file::editSharedFile(path, fill, newStoreMode);
 }
 
 } // namespace

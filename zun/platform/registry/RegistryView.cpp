@@ -1,9 +1,9 @@
-#include <zun/platform/helper/WholeFile.h>
+#include <zun/platform/file/Place.h>
+#include <zun/platform/file/WholeFile.h>
 #include <zun/platform/registry/RegistryView.h>
 
 #include <cerrno>
 #include <chrono>
-#include <fcntl.h>
 #include <time.h>
 
 namespace orvane_com::zun::registry {
@@ -59,23 +59,23 @@ bool RegistryView::isCurrent() const {
 bool RegistryView::refresh() {
     if (isCurrent())
         return true;
-    helper::FileDescriptor file = helper::FileDescriptor::open(m_path.c_str(), O_RDONLY);
+    file::FileDescriptor opened = file::openForReading(m_path);
     struct stat status {};
     bool isReliable = false;
     std::string text;
-    if (file.isOpen()) {
+    if (opened.isOpen()) {
         // The status comes first: what changes while the text is read makes the view out of date.
-        if (fstat(file.get(), &status) != 0)
+        std::optional<struct stat> const current = opened.status();
+        if (!current || !file::readWholeFile(opened, text))
             return false;
+        status = *current;
         isReliable = isOlderThanClockTick(status);
-        if (!helper::readWholeFile(m_path, text) && errno != ENOENT)
-            return false;
     } else if (errno != ENOENT) {
         return false;
     }
     // First: a view that is not complete must not count as current.
     parse(text);
-    m_file = std::move(file);
+    m_file = std::move(opened);
     m_status = status;
     m_statusIsReliable = isReliable;
     return true;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <zun/platform/helper/FileDescriptor.h>
+#include <zun/platform/file/FileDescriptor.h>
 #include <zun/platform/registry/RegistryFormat.h>
 
 #include <map>
@@ -33,7 +33,7 @@ private:
 
     std::string m_path;
     /// The file that was read, kept open so that no other file can get its inode number.
-    helper::FileDescriptor m_file;
+    file::FileDescriptor m_file;
     struct stat m_status {};
     bool m_statusIsReliable = false;
     std::set<std::string> m_keys;

@@ -1,5 +1,6 @@
 #include <zun/platform/helper/CommonHelper.h>
-#include <zun/platform/helper/WholeFile.h>
+#include <zun/platform/file/Refusal.h>
+#include <zun/platform/file/WholeFile.h>
 #include <zun/platform/xml/AdvXMLParser.h>
 #include <zun/platform/xml/EncodingDetection.h>
 #include <zun/platform/xml/Unicode.h>
@@ -12,6 +13,7 @@
 
 namespace AdvXMLParser {
 
+namespace file = orvane_com::zun::file;
 namespace helper = orvane_com::zun::helper;
 
 namespace {
@@ -24,7 +26,7 @@ struct Failure {
 };
 
 Failure systemFailure(Result result, int error) {
-    return {result, helper::toWide(std::generic_category().message(error))};
+    return {result, helper::toWide(file::reasonFor(error))};
 }
 
 std::string apply(BufferTransform transform, std::string bytes, wchar_t const* failure) {
@@ -38,7 +40,7 @@ std::string apply(BufferTransform transform, std::string bytes, wchar_t const* f
 
 std::string readBytes(std::wstring const& fileName) {
     std::string bytes;
-    if (!helper::readWholeFile(helper::toNarrow(fileName), bytes))
+    if (!file::readWholeFile(helper::toNarrow(fileName), bytes))
         throw systemFailure(errno == ENOENT ? FileNotFound : FileUnreadable, errno);
     return bytes;
 }
@@ -160,7 +162,7 @@ void WriteBufferToFile(std::wstring const& fileName, std::wstring const& text, s
                        BufferTransform transform, std::int32_t /*flags*/) {
     auto const write = [&] {
         std::string const bytes = apply(transform, encode(text, encoding), L"cannot be enciphered");
-        if (!helper::replaceWholeFile(helper::toNarrow(fileName), bytes))
+        if (!file::replaceWholeFile(helper::toNarrow(fileName), bytes))
             throw systemFailure(FileNotWritten, errno);
     };
     if (reportFailure(fileName, write) < 0)

@@ -1,10 +1,11 @@
 #pragma once
 
-#include <zun/platform/helper/FileDescriptor.h>
+#include <zun/platform/file/FileDescriptor.h>
+#include <zun/platform/file/Place.h>
 
-#include <string>
+#include <sys/stat.h>
 
-namespace orvane_com::zun::helper {
+namespace orvane_com::zun::file {
 
 /// A new file that takes a target's place in one step, or vanishes. A process killed in between may leave the
 /// new file, named after the target, beside it; it never touches the target.
@@ -12,12 +13,11 @@ class ReplacementFile {
 public:
     /// Creates an empty file of its own beside the target, with `mode` within the umask. Not open, with errno
     /// set, on failure.
-    ReplacementFile(std::string const& target, unsigned mode);
+    ReplacementFile(Place target, mode_t mode);
     ReplacementFile(ReplacementFile const&) = delete;
     ReplacementFile& operator=(ReplacementFile const&) = delete;
     ~ReplacementFile();
 
-    std::string const& path() const { return m_path; }
     FileDescriptor& file() { return m_file; }
 
     /// Renames the file over the target; false with errno set on failure.
@@ -27,9 +27,10 @@ public:
     bool becomeTarget();
 
 private:
-    std::string const m_target;
-    std::string m_path;
+    Place const m_target;
+    Place m_place;
     FileDescriptor m_file;
+    bool m_isTemporary = false;
 };
 
-} // namespace orvane_com::zun::helper
+} // namespace orvane_com::zun::file
