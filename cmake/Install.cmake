@@ -1,59 +1,10 @@
 include(CMakePackageConfigHelpers)
 
-# What a program may include. A header that is not named here stays inside the house.
-set(public_headers
-    zun/Api.h
-    zun/logger/ILogger.h
-    zun/logger/eComponent.h
-    zun/logger/MessageResource.h
-    zun/logger/MultiArgs.h
-    zun/logger/ISubsystem.h
-    zun/logger/logInSyslog.h
-    zun/linux/log.h
-    zun/text/AString.h
-    zun/text/AFormat.h
-    zun/text/ACharString.h
-    zun/text/AStringList.h
-    zun/text/AStringParser.h
-    zun/text/AResourceFile.h
-    zun/text/ALocalizedString.h
-    zun/text/AVersion.h
-    zun/binary/ABuffer.h
-    zun/binary/ABinaryStream.h
-    zun/binary/ByteOrder.h
-    zun/binary/Base64.h
-    zun/files/AFile.h
-    zun/files/AFiler.h
-    zun/files/AFileIndex.h
-    zun/files/ALibrary.h
-    zun/files/CEnclosureType.h
-    zun/files/APath.h
-    zun/structured/AnXml.h
-    zun/structured/AnXmlNode.h
-    zun/structured/AnXmlChildIndex.h
-    zun/structured/AnXmlValueIndex.h
-    zun/structured/AnIni.h
-    zun/structured/AnIni2.h
-    zun/structured/MatchWildcard.h
-    zun/lock/ILock.h
-    zun/lock/UnixLock.h
-    zun/lock/InterProcessLock.h
-    zun/lock/CReadWriteSync.h
-    zun/configuration/IConfiguration.h
-    zun/platform/helper/CommonHelper.h
-    zun/platform/xml/AdvXMLParser.h
-    zun/platform/registry/Registry.h
-    zun/platform/registry/ProfileString.h
-    zun/platform/crypto/ACryptWrap.h
-)
-foreach(header IN LISTS public_headers)
-    cmake_path(GET header PARENT_PATH folder)
-    install(FILES ${PROJECT_SOURCE_DIR}/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder})
-endforeach()
-
 install(TARGETS zun EXPORT zunTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 set(package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/zun)
 install(EXPORT zunTargets NAMESPACE zun:: DESTINATION ${package_directory})
