@@ -69,7 +69,7 @@ TEST_F(LogFaultsTest, AnOutputThatFailsDoesNotKeepOthersFromTheirLines) {
 
 TEST_F(LogFaultsTest, AFileThatCannotBeReopenedIsDetached) {
     attach("dir/agent.log");
-    attach("other.log");
+    attach("last/other.log");
     log(L"one");
     std::filesystem::remove_all(path("dir"));
     writeFile(path("dir"), "in the way");
@@ -77,11 +77,11 @@ TEST_F(LogFaultsTest, AFileThatCannotBeReopenedIsDetached) {
     std::filesystem::remove(path("dir"));
     log(L"three");
     EXPECT_FALSE(std::filesystem::exists(path("dir")));
-    EXPECT_THAT(lines("other.log"), SizeIs(3));
+    EXPECT_THAT(lines("last/other.log"), SizeIs(3));
 
     // The last one gone, standard output takes over.
-    std::filesystem::remove(path("other.log"));
-    std::filesystem::create_directory(path("other.log"));
+    std::filesystem::remove_all(path("last"));
+    writeFile(path("last"), "in the way");
     testing::internal::CaptureStdout();
     log(L"four");
     EXPECT_THAT(testing::internal::GetCapturedStdout(), EndsWith("] [I] four\n"));

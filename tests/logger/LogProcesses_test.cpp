@@ -111,7 +111,7 @@ TEST_F(LogProcessesTest, ARotatorThatIsStoppedHoldsNobodyUp) {
     int ready[2];
     ASSERT_EQ(pipe(ready), 0);
     ChildProcess child([&] {
-        int const locked = open(directory.path().c_str(), O_RDONLY | O_DIRECTORY);
+        int const locked = open(path("agent.log.lock").c_str(), O_RDWR | O_CREAT, 0600);
         if (flock(locked, LOCK_EX) == 0 && write(ready[1], "x", 1) == 1)
             pause();
         return false;

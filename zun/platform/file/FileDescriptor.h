@@ -21,9 +21,10 @@ public:
     /// Leaves errno as it was.
     ~FileDescriptor();
 
-    /// As openat(2), repeated when a signal interrupts it: close-on-exec, without waiting for a partner, never a
-    /// controlling terminal and never descriptor 0, 1 or 2, which others write to unasked. Judges nothing: what
-    /// somebody else may have prepared is opened by a Place. Not open, with errno set, on failure.
+    /// As openat(2), repeated when a signal interrupts it: close-on-exec, without waiting for a partner,
+    /// never a controlling terminal and never descriptor 0, 1 or 2, which others write to unasked. Judges
+    /// nothing: what somebody else may have prepared is opened by a Place. Not open, with errno set, on
+    /// failure.
     static FileDescriptor openAt(int directory, char const* path, int flags, mode_t mode = 0);
 
     bool isOpen() const { return m_descriptor != none; }
@@ -51,8 +52,8 @@ private:
 /// Whether both are one file.
 bool isSameFile(struct stat const& left, struct stat const& right);
 
-/// The directory that a path stands in: all before its last slash, "/" when that is the first character, and "."
-/// without a slash.
+/// The directory that a path stands in: all before its last slash, "/" when that is the first character, and
+/// "." without a slash.
 std::string parentOf(std::string_view path);
 
 } // namespace orvane_com::zun::file

@@ -162,8 +162,8 @@ private:
         return !m_place.m_isAmongStrangers || hold(directory);
     }
 
-    /// Holds the directory open, from where strangers could exchange it, and judges what was opened: it may be
-    /// another one by now.
+    /// Holds the directory open, from where strangers could exchange it, and judges what was opened: it may
+    /// be another one by now.
     bool hold(Place const& directory) {
         auto opened = std::make_shared<FileDescriptor>(FileDescriptor::openAt(
             directory.directory(), directory.name(), forSearching | O_DIRECTORY | O_NOFOLLOW));

@@ -10,15 +10,15 @@
 
 namespace orvane_com::zun::file {
 
-/// Where a path leads, found among strangers: every file that somebody else may have prepared is opened, made,
-/// renamed and removed through a Place.
+/// Where a path leads, found among strangers: every file that somebody else may have prepared is opened,
+/// made, renamed and removed through a Place.
 ///
-/// On the way each directory is judged. It is trusted when it belongs to the super-user or the process's user and
-/// nobody else may write it: there everything is taken as it is found. In one that everybody may write but where
-/// only owners may rename and remove (a sticky one: /tmp), a link is followed, and an existing file opened, only
-/// when it belongs to the process's user or the directory's owner. For the super-user, from the first other
-/// directory on, a link is followed only when it is the super-user's, and the directory is held open, so that what
-/// was judged is what is used. See docs/security.md.
+/// On the way each directory is judged. It is trusted when it belongs to the super-user or the process's user
+/// and nobody else may write it: there everything is taken as it is found. In one that everybody may write
+/// but where only owners may rename and remove (a sticky one: /tmp), a link is followed, and an existing file
+/// opened, only when it belongs to the process's user or the directory's owner. For the super-user, from the
+/// first other directory on, a link is followed only when it is the super-user's, and the directory is held
+/// open, so that what was judged is what is used. See docs/security.md.
 class Place {
 public:
     /// What becomes of a symbolic link at the path's end.
@@ -32,8 +32,8 @@ public:
         secret ///< a regular file: where strangers have a hand in it, the super-user's and with one name
     };
 
-    /// None, with errno set and reasonFor it, when the path leads nowhere or must not be followed. A file that is
-    /// missing has a place, one whose directory is missing has none.
+    /// None, with errno set and reasonFor it, when the path leads nowhere or must not be followed. A file
+    /// that is missing has a place, one whose directory is missing has none.
     static std::optional<Place> find(std::string const& path, LastLink lastLink = LastLink::followed);
 
     /// Of another name in the same directory.
@@ -49,19 +49,19 @@ public:
     /// Of what has the name, a link itself included. None, with errno set, when nothing has.
     std::optional<struct stat> status() const;
 
-    /// Opens, or with O_CREAT makes, the file; with O_TRUNC it is emptied once it was judged. Not open, with errno
-    /// set and reasonFor it, on failure and where the file is not what it has to be.
+    /// Opens, or with O_CREAT makes, the file; with O_TRUNC it is emptied once it was judged. Not open, with
+    /// errno set and reasonFor it, on failure and where the file is not what it has to be.
     FileDescriptor open(Kind kind, int flags, mode_t mode = 0) const;
 
     /// Whether the process may make and remove names in the directory. Sets errno when it may not.
     bool mayAddNames() const;
 
-    /// Makes changes of names in the directory durable. False, with errno set, on failure, as in a directory that
-    /// may not be read.
+    /// Makes changes of names in the directory durable. False, with errno set, on failure, as in a directory
+    /// that may not be read.
     bool flushDirectory() const;
 
-    /// Whether the file that the status is of may be opened, or replaced, as one of the kind. False with errno set
-    /// and reasonFor it.
+    /// Whether the file that the status is of may be opened, or replaced, as one of the kind. False with
+    /// errno set and reasonFor it.
     bool accepts(Kind kind, struct stat const& status) const;
 
 private:
@@ -82,8 +82,8 @@ private:
 /// Place::find and open with O_RDONLY.
 FileDescriptor openForReading(std::string const& path, Place::Kind kind = Place::Kind::data);
 
-/// Makes the directory and all missing parents, readable by everyone and writable by the owner within the umask.
-/// False, with errno set and reasonFor it, when the path is no directory afterwards.
+/// Makes the directory and all missing parents, readable by everyone and writable by the owner within the
+/// umask. False, with errno set and reasonFor it, when the path is no directory afterwards.
 bool makeDirectories(std::string const& path);
 
 } // namespace orvane_com::zun::file

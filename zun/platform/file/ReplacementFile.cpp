@@ -23,7 +23,8 @@ std::string uniqueSuffix() {
 ReplacementFile::ReplacementFile(Place target, mode_t mode) : m_target(std::move(target)), m_place(m_target) {
     do {
         m_place = m_target.sibling(uniqueSuffix());
-        m_file = FileDescriptor::openAt(m_place.directory(), m_place.name(), O_WRONLY | O_CREAT | O_EXCL, mode);
+        m_file =
+            FileDescriptor::openAt(m_place.directory(), m_place.name(), O_WRONLY | O_CREAT | O_EXCL, mode);
     } while (!m_file.isOpen() && errno == EEXIST);
     m_isTemporary = m_file.isOpen();
 }

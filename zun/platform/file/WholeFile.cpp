@@ -26,7 +26,8 @@ bool readWholeFile(FileDescriptor const& file, std::string& bytes) {
     std::optional<struct stat> const status = file.status();
     if (!status)
         return false;
-    // The size need not be true, of the system's own files and of one that grows meanwhile: a byte more tells.
+    // The size need not be true, of the system's own files and of one that grows meanwhile: a byte more
+    // tells.
     constexpr std::size_t smallestRoom = 4096;
     std::size_t room = static_cast<std::size_t>(std::min<off_t>(status->st_size, greatestSize)) + 1;
     if (status->st_size == 0)
@@ -70,8 +71,8 @@ bool replaceWholeFile(std::string const& path, std::string_view bytes, mode_t mo
     // Until it has the existing file's owner and mode, nobody else may read the new one.
     ReplacementFile replacement(*target, existing ? ownerOnly : mode);
     FileDescriptor& file = replacement.file();
-    if (!file.isOpen() || (existing && !takeOverIdentity(file, *existing)) || file.write(bytes) != bytes.size() ||
-        !file.flush() || !file.close() || !replacement.replaceTarget())
+    if (!file.isOpen() || (existing && !takeOverIdentity(file, *existing)) ||
+        file.write(bytes) != bytes.size() || !file.flush() || !file.close() || !replacement.replaceTarget())
         return false;
     target->flushDirectory();
     return true;
