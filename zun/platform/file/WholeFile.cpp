@@ -26,30 +26,25 @@ bool readWholeFile(FileDescriptor const& file, std::string& bytes) {
     std::optional<struct stat> const status = file.status();
     if (!status)
         return false;
-    // The size need not be true, of the system's own files and of one that grows meanwhile: a byte more
-    // tells.
-    constexpr std::size_t smallestRoom = 4096;
-    std::size_t room = static_cast<std::size_t>(std::min<off_t>(status->st_size, greatestSize)) + 1;
-    if (status->st_size == 0)
-        room = smallestRoom;
+    // The size need not be true, of the system's own files and of one that grows meanwhile: a byte more tells.
+    constexpr off_t smallestRoom = 4096;
+    std::size_t room = static_cast<std::size_t>(std::max(status->st_size, smallestRoom)) + 1;
     std::string content;
-    for (;;) {
+    while (room - 1 <= greatestSize) {
         std::size_t const done = content.size();
         content.resize(room);
         std::optional<std::size_t> const count = file.read(content.data() + done, room - done);
         if (!count)
             return false;
         content.resize(done + *count);
-        if (content.size() > greatestSize) {
-            refuse(EFBIG, "it is larger than 1 GiB");
-            return false;
+        if (content.size() < room) {
+            bytes = std::move(content);
+            return true;
         }
-        if (content.size() < room)
-            break;
-        room = std::min(room * 2, greatestSize + 1);
+        room = room == greatestSize + 1 ? room + 1 : std::min(room * 2, greatestSize + 1);
     }
-    bytes = std::move(content);
-    return true;
+    refuse(EFBIG, "it is larger than 1 GiB");
+    return false;
 }
 
 bool readWholeFile(std::string const& path, std::string& bytes) {
