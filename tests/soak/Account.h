@@ -4,6 +4,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -33,6 +34,8 @@ enum Fault {
     failedOperation,
     leakedDescriptor,
     leakedSemaphore,
+    strangersByte,
+    blockedOperation,
     endedProcess,
     stuckProcess,
     faultCount
@@ -52,6 +55,8 @@ struct Account {
     std::atomic<std::uint64_t> timesFull{0};
     std::atomic<std::uint64_t> documentsRead{0};
     std::atomic<std::uint64_t> logsTakenAway{0};
+    std::atomic<std::uint64_t> logrotateRuns{0};
+    std::atomic<std::uint64_t> strangersDeeds{0};
 
     /// Counts it, and tells about the first ones of its kind.
     void blame(Fault fault, std::string const& what, std::uint64_t times = 1) {
@@ -60,6 +65,12 @@ struct Account {
             return;
         std::string const line = "soak: " + what + "\n";
         [[maybe_unused]] auto const written = write(STDERR_FILENO, line.data(), line.size());
+    }
+    /// Blames an operation that began at `start` and took longer than anything may wait.
+    void expectUnblocked(std::chrono::steady_clock::time_point start, char const* what) {
+        // The bound of the waiting itself is 10 seconds; the rest is for a busy machine.
+        expect(std::chrono::steady_clock::now() - start < std::chrono::seconds(15), blockedOperation,
+               std::string("held up: ") + what);
     }
     void expect(bool good, Fault fault, std::string const& what) {
         if (!good)

@@ -8,10 +8,16 @@
 
 #include <chrono>
 #include <cstdio>
+#include <fcntl.h>
 #include <filesystem>
 #include <functional>
+#include <grp.h>
 #include <random>
 #include <sched.h>
+#include <sys/file.h>
+#include <sys/ipc.h>
+#include <sys/sem.h>
+#include <sys/stat.h>
 #include <tests/soak/LogReader.h>
 #include <tests/soak/Workers.h>
 #include <tests/support/TemporaryDirectory.h>
@@ -29,6 +35,9 @@ void rest(std::chrono::microseconds time) {
     std::this_thread::sleep_for(time);
 }
 
+/// Need not be known to the system.
+constexpr uid_t strangerId = 54321;
+
 std::string counterName(std::size_t index) {
     return "counter" + std::to_string(index);
 }
@@ -42,10 +51,12 @@ void count(Worker const& worker, std::function<std::uint64_t()> const& read,
         worker.account.expect(value >= progress.ended && value <= progress.begun, lostUpdate,
                               counterName(worker.index) + " is " + std::to_string(value) + " after " +
                                   std::to_string(progress.ended));
+        auto const start = std::chrono::steady_clock::now();
         if (write(progress.begin()))
             progress.end();
         else
             worker.account.blame(failedOperation, "a counter cannot be written");
+        worker.account.expectUnblocked(start, "the write of a counter");
         rest(std::chrono::milliseconds(1));
     }
 }
@@ -126,6 +137,7 @@ bool endsWithLine(std::string const& file, std::string const& message) {
 void writeLogs(Worker const& worker) {
     ILogger& log = *ILogger::GetLogger();
     log.attach(toWide(worker.place.file("log/scrap.log")));
+    log.attach(toWide(worker.place.file("sticky/squatted.log")));
     log.setMaxLogFileSize(128);
     log.setNumberOfBackupLogs(1'000'000);
     std::vector<std::thread> threads;
@@ -134,11 +146,13 @@ void writeLogs(Worker const& worker) {
             Progress& progress = worker.progress(thread);
             while (!worker.isOver()) {
                 constexpr int burst = 20;
+                auto const start = std::chrono::steady_clock::now();
                 for (int line = 0; line < burst; ++line) {
                     std::uint64_t const number = progress.begin();
                     log.logMessage(logger::Info, L"soak", toWide(soakMessage(worker.index, thread, number)));
                     progress.end();
                 }
+                worker.account.expectUnblocked(start, "a burst of log lines");
                 rest(std::chrono::milliseconds(4));
             }
         });
@@ -149,12 +163,63 @@ void writeLogs(Worker const& worker) {
 void takeLogsAway(Worker const& worker) {
     std::string const kept = worker.place.file("log/kept");
     std::filesystem::create_directories(kept);
+    std::string const configuration = worker.place.file("logrotate.conf");
+    writeFile(configuration, worker.place.file("log/agent.log") + " { size 1\n rotate 1000\n nocreate\n }\n");
+    std::string const logrotate = "PATH=$PATH:/usr/sbin logrotate --state " +
+                                  worker.place.file("logrotate.state") + " " + configuration + " 2>/dev/null";
     while (!worker.isOver()) {
-        std::string const target = kept + "/agent." + std::to_string(worker.progress().begin());
-        if (std::rename(worker.place.file("log/agent.log").c_str(), target.c_str()) == 0)
+        std::uint64_t const number = worker.progress().begin();
+        std::string const target = kept + "/agent." + std::to_string(number);
+        if (number % 4 == 0)
+            worker.account.logrotateRuns += std::system(logrotate.c_str()) == 0;
+        else if (std::rename(worker.place.file("log/agent.log").c_str(), target.c_str()) == 0)
             ++worker.account.logsTakenAway;
         unlink(worker.place.file("log/scrap.log").c_str());
         rest(std::chrono::milliseconds(20));
+    }
+}
+
+void actAsStranger(Worker const& worker) {
+    if (setgroups(0, nullptr) != 0 || setgid(strangerId) != 0 || setuid(strangerId) != 0)
+        return;
+    Place const& place = worker.place;
+    std::string const squatted = place.file("sticky/squatted");
+    std::mt19937 random(worker.seed);
+    while (!worker.isOver()) {
+        worker.progress().begin();
+        ++worker.account.strangersDeeds;
+        // Names that the log takes next, now a link, now a pipe, now a file of his own.
+        for (char const* const ending : {".log", ".log.lock", "_backup_1.log", "_backup_2.log"}) {
+            std::string const name = squatted + ending;
+            unlink(name.c_str());
+            switch (random() % 4) {
+            case 0:
+                static_cast<void>(symlink(place.victim().c_str(), name.c_str()));
+                break;
+            case 1:
+                mkfifo(name.c_str(), 0666);
+                break;
+            case 2:
+                close(open(name.c_str(), O_CREAT | O_EXCL | O_WRONLY, 0666));
+                break;
+            default:;
+            }
+        }
+        // Locks on all that he may read, and a semaphore in the place of a named lock's set.
+        std::vector<int> held;
+        for (char const* const name : {"log", "log/agent.log", "log/agent.log.lock", "settings.ini",
+                                       "settings.ini.lock", "registry", "registry.lock", "documents"})
+            if (int const opened = open(place.file(name).c_str(), O_RDONLY | O_NONBLOCK); opened != -1) {
+                flock(opened, LOCK_EX | LOCK_NB);
+                held.push_back(opened);
+            }
+        std::string const lockFile = "/Library/Orvane/zun/scratch/" + place.lockName;
+        if (key_t const key = ftok(lockFile.c_str(), 3737); key != -1)
+            semget(key, 1, IPC_CREAT | IPC_EXCL | 0666);
+        rest(std::chrono::milliseconds(20));
+        for (int const opened : held)
+            close(opened);
+        worker.progress().end();
     }
 }
 

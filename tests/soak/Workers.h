@@ -15,6 +15,8 @@ struct Place {
     std::string lockName;
     pid_t parent;
 
+    /// What the stranger wants written to.
+    std::string victim() const { return file("victim"); }
     std::string file(std::string const& name) const { return directory + "/" + name; }
 };
 
@@ -33,7 +35,8 @@ struct Worker {
 /// Several threads write to a counted log, from which no line may be missing, and to one that gets deleted.
 void writeLogs(Worker const& worker);
 
-/// Takes the counted log away, as a log rotator does, and deletes the other one.
+/// Takes the counted log away, by logrotate(8) where that is installed and as others do, and deletes the
+/// other one.
 void takeLogsAway(Worker const& worker);
 
 /// Each counts in an entry of its own, in a file that all of them change.
@@ -48,6 +51,9 @@ void countUnderLock(Worker const& worker);
 
 /// Logs, and replaces a document and a setting, while the space runs out and comes back.
 void workInSmallSpace(Worker const& worker);
+
+/// As another local user: locks, links and plants on all that he may touch.
+void actAsStranger(Worker const& worker);
 
 /// What a counter has come to; 0 when it is not there.
 std::uint64_t counterInProfile(Place const& place, std::size_t index);
