@@ -49,8 +49,8 @@ bool isLockedAtOnce(FileDescriptor const& file) {
 
 /// Those who may write the shared file may open its lock.
 mode_t lockModeFor(struct stat const& shared) {
-    mode_t const writers = shared.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH);
-    return ownerOnly | writers | writers << 1;
+    int const writers = shared.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH);
+    return static_cast<mode_t>(ownerOnly | writers | writers << 1); // who may write may read
 }
 
 /// Whatever the umask took away. What the group cannot be given stays the owner's.
