@@ -143,12 +143,12 @@ void ABinaryStream::writeShort(unsigned short v) {
 }
 
 void ABinaryStream::writeString(unsigned long width, AString const& text) {
-    ACharString const narrow(static_cast<wchar_t const*>(text));
+    ACharString const narrow(text);
     writeField(width, narrow, std::min(width, static_cast<unsigned long>(narrow.size())));
 }
 
 void ABinaryStream::writeString(AString const& text) {
-    ACharString const narrow(static_cast<wchar_t const*>(text));
+    ACharString const narrow(text);
     auto const length = static_cast<unsigned long>(narrow.size());
     writeField(length, narrow, length);
 }

@@ -200,7 +200,7 @@ AString ABase64Encode::encode(unsigned char const* data, unsigned long const& si
 
 AnObjectBuffer<unsigned char> ABase64Encode::decode(AString const& text) {
     try {
-        ACharString const narrow(static_cast<wchar_t const*>(text));
+        ACharString const narrow(text);
         AnObjectBuffer<unsigned char> bytes;
         std::string& room = bytes.cpp_str();
         room.resize(text.size());

@@ -1,5 +1,5 @@
 #include <zun/files/AFile.h>
-#include <zun/files/CallTrace.h>
+#include <zun/linux/CallTrace.h>
 #include <zun/text/ACharString.h>
 
 #include <algorithm>
@@ -37,7 +37,7 @@ bool AFile::open(bool complainIfMissing, AString const& path) {
     close();
     m_path = newPath;
     CallTrace const trace(group, L"fopen", L"r", m_path);
-    m_stream = std::fopen(ACharString(static_cast<wchar_t const*>(m_path)), "re");
+    m_stream = std::fopen(ACharString(m_path), "re");
     if (m_stream)
         return true;
     if (complainIfMissing || errno != ENOENT)
@@ -50,7 +50,7 @@ bool AFile::openWrite(AString const& path, bool append) {
     close();
     m_path = newPath;
     CallTrace const trace(group, L"fopen", append ? L"a" : L"w", m_path);
-    m_stream = std::fopen(ACharString(static_cast<wchar_t const*>(m_path)), append ? "ae" : "we");
+    m_stream = std::fopen(ACharString(m_path), append ? "ae" : "we");
     return !logErrnoIf(group, !m_stream);
 }
 
@@ -101,7 +101,7 @@ bool AFile::readLine(AString& line) {
 bool AFile::writeLine(AString const& line) {
     if (!requireOpen())
         return false;
-    ACharString const narrow(static_cast<wchar_t const*>(line));
+    ACharString const narrow(line);
     bool const failed = std::fputs(narrow, m_stream) == EOF || std::fputs("\n", m_stream) == EOF ||
                         std::fflush(m_stream) == EOF;
     return !logErrnoIf(group, failed);

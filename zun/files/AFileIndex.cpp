@@ -1,6 +1,6 @@
 #include <zun/files/AFileIndex.h>
 #include <zun/files/APath.h>
-#include <zun/files/CallTrace.h>
+#include <zun/linux/CallTrace.h>
 #include <zun/platform/file/GlobErrors.h>
 #include <zun/text/ACharString.h>
 
@@ -26,7 +26,7 @@ bool AFileIndex::open(bool complainIfNone, wchar_t const* directory, wchar_t con
     AString patternPath;
     joinPath(&patternPath, directory, pattern);
     CallTrace const trace(group, L"glob", patternPath);
-    int const result = glob(ACharString(static_cast<wchar_t const*>(patternPath)), GLOB_MARK | GLOB_NOSORT,
+    int const result = glob(ACharString(patternPath), GLOB_MARK | GLOB_NOSORT,
                             orvane_com::zun::file::stopWithoutMemory, &m_matches);
     if (result == 0) {
         m_next = m_matches.gl_pathv;

@@ -1,8 +1,8 @@
 #include <zun/configuration/IConfiguration.h>
 #include <zun/files/AFiler.h>
 #include <zun/files/APath.h>
-#include <zun/files/CallTrace.h>
 #include <zun/files/TreeRemoval.h>
+#include <zun/linux/CallTrace.h>
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/text/ACharString.h>
 
@@ -100,19 +100,18 @@ bool AFiler::getTempFilePath(AString& out) {
 
 bool AFiler::deleteFile(AString const& path) {
     CallTrace const trace(group, L"unlink", path);
-    return unlink(ACharString(static_cast<wchar_t const*>(path))) == 0 || !logErrnoIf(group, errno != ENOENT);
+    return unlink(ACharString(path)) == 0 || !logErrnoIf(group, errno != ENOENT);
 }
 
 bool AFiler::createDirectory(AString const& path) {
     CallTrace const trace(group, L"mkdir", path);
-    return mkdir(ACharString(static_cast<wchar_t const*>(path)), S_IRWXU) == 0 ||
-           !logErrnoIf(group, errno != EEXIST);
+    return mkdir(ACharString(path), S_IRWXU) == 0 || !logErrnoIf(group, errno != EEXIST);
 }
 
 bool AFiler::copyFile(AString const& from, AString const& to) {
     CallTrace const trace(group, L"CopyFile", from, to);
-    std::string const source(ACharString(static_cast<wchar_t const*>(from)));
-    std::string const target(ACharString(static_cast<wchar_t const*>(to)));
+    std::string const source{ACharString(from)};
+    std::string const target{ACharString(to)};
     if (helper::copyFile(source, target, 0))
         return true;
     logError(group, L"Failed");
@@ -157,7 +156,7 @@ bool AFiler::getFileAccessibility(AString const& path, AFileAccess access, bool&
         return false;
     }
     CallTrace const trace(group, L"access", path, mode);
-    bool const granted = ::access(ACharString(static_cast<wchar_t const*>(path)), mode) == 0;
+    bool const granted = ::access(ACharString(path), mode) == 0;
     bool const missing = !granted && (errno == ENOENT || errno == ENOTDIR);
     bool const denied = !granted && (errno == EACCES || errno == EROFS);
     if (logErrnoIf(group, !granted && !missing && !denied))
@@ -183,7 +182,7 @@ bool AFiler::tryGetFileSize(AString const& path, long& size) {
 bool getFileSize(bool mustExist, AString const& path, long& size) {
     CallTrace const trace(sizeGroup, L"stat", path);
     struct stat status;
-    if (stat(ACharString(static_cast<wchar_t const*>(path)), &status) == 0) {
+    if (stat(ACharString(path), &status) == 0) {
         size = static_cast<long>(status.st_size);
         return true;
     }
@@ -194,7 +193,7 @@ bool getFileSize(bool mustExist, AString const& path, long& size) {
 
 bool privateDeleteFolder(bool emptyOnly, AString const& path) {
     CallTrace const trace(group, L"rmdir", path);
-    if (rmdir(ACharString(static_cast<wchar_t const*>(path))) == 0 || errno == ENOENT || errno == ENOTDIR ||
+    if (rmdir(ACharString(path)) == 0 || errno == ENOENT || errno == ENOTDIR ||
         (errno == ENOTEMPTY && emptyOnly))
         return true;
     logErrno(group);

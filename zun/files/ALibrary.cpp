@@ -1,6 +1,6 @@
 #include <zun/files/ALibrary.h>
 #include <zun/files/APath.h>
-#include <zun/files/CallTrace.h>
+#include <zun/linux/CallTrace.h>
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/text/ACharString.h>
 
@@ -35,7 +35,7 @@ bool ALibrary::open(bool, wchar_t const* name, bool decorate, bool keepLoaded) {
     AString const path = decorate ? decorated(name) : AString(name);
     CallTrace const trace(group, L"portable LoadLibrary", path);
     std::string error;
-    m_handle = helper::loadLibrary(std::string(ACharString(static_cast<wchar_t const*>(path))), error);
+    m_handle = helper::loadLibrary(std::string(ACharString(path)), error);
     if (!m_handle) {
         logError(group, AString(error.c_str()));
         return false;

@@ -1,6 +1,6 @@
 #include <zun/files/AFiler.h>
 #include <zun/files/APath.h>
-#include <zun/files/CallTrace.h>
+#include <zun/linux/CallTrace.h>
 #include <zun/files/TreeRemoval.h>
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/text/ACharString.h>
@@ -77,7 +77,7 @@ TreeRemoval::TreeRemoval(AString const& path)
     : m_top(withoutTrailingSlashes(path)), m_path(m_top.const_cpp_str()) {}
 
 bool TreeRemoval::run() {
-    ACharString const top(static_cast<wchar_t const*>(m_top));
+    ACharString const top(m_top);
     if (isSymbolicLink(top))
         return AFiler::deleteFile(m_top);
     if (enter(AT_FDCWD, std::string(top))) {

@@ -1,8 +1,8 @@
+#include <zun/linux/CallTrace.h>
 #include <zun/linux/log.h>
 #include <zun/platform/registry/ProfileString.h>
 #include <zun/structured/AnIni.h>
 #include <zun/text/ACharString.h>
-#include <zun/text/AStringList.h>
 
 #include <array>
 
@@ -25,10 +25,7 @@ bool AnIni::get(bool required, AString const& section, AString const& key, AStri
         return false;
     }
     value = L"";
-    AStringList call(L",", false);
-    call << L"GetPrivateProfileString" << static_cast<wchar_t const*>(section)
-         << static_cast<wchar_t const*>(key) << static_cast<wchar_t const*>(m_fileName);
-    ADetailTrace const trace(group, call);
+    CallTrace const trace(group, L"GetPrivateProfileString", section, key, m_fileName);
 
     // One character more than the service may use: the text always ends.
     std::array<wchar_t, 4096> buffer{};

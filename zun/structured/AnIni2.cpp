@@ -142,7 +142,7 @@ void AnIni2::write() {
     if (lastSection)
         text.append(L"\n");
     // Held against the other writers of profile strings; it is had only where the file can be written.
-    std::string const path = static_cast<char const*>(ACharString(fileName()));
+    std::string const path{ACharString(fileName())};
     file::FileLock const lock(path);
     if (lock.isHeld()) {
         std::setlocale(LC_ALL, "");

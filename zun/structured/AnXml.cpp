@@ -1,8 +1,8 @@
+#include <zun/linux/CallTrace.h>
 #include <zun/linux/log.h>
 #include <zun/platform/crypto/ACryptWrap.h>
 #include <zun/structured/AnXml.h>
 #include <zun/structured/AnXmlNode.h>
-#include <zun/text/AStringList.h>
 
 #include <cstring>
 #include <cwchar>
@@ -10,14 +10,6 @@
 namespace {
 
 wchar_t const* const group = L"Xml";
-
-/// An operation's name and its arguments, as they are traced.
-template <typename... Arguments>
-AStringList call(wchar_t const* name, Arguments... arguments) {
-    AStringList list(L",", false);
-    ((list << name) << ... << arguments);
-    return list;
-}
 
 /// The cipher's own reason goes where the XML service takes it from.
 bool withReason(bool done, std::string& out) {
@@ -47,7 +39,7 @@ AnXml::~AnXml() {
 
 bool AnXml::useString(wchar_t const* text, wchar_t const* rootName, wchar_t const* attributeName,
                       wchar_t const* attributeValue) {
-    ADetailTrace const trace(group, call(L"useString", rootName, attributeName, attributeValue));
+    CallTrace const trace(group, L"useString", rootName, attributeName, attributeValue);
     close();
     try {
         if (text != nullptr)
@@ -85,7 +77,7 @@ bool AnXml::useString(wchar_t const* text, wchar_t const* rootName, wchar_t cons
 
 bool AnXml::useFile(bool required, wchar_t const* fileName, wchar_t const* rootName,
                     wchar_t const* attributeName, wchar_t const* attributeValue) {
-    ADetailTrace const trace(group, call(L"useExistingFile", fileName));
+    CallTrace const trace(group, L"useExistingFile", fileName);
     std::wstring text;
     return internalReadFile(required, fileName, text) &&
            useString(text.c_str(), rootName, attributeName, attributeValue);
@@ -108,7 +100,7 @@ bool AnXml::useFileAlways(wchar_t const* fileName, wchar_t const* rootName, wcha
 }
 
 bool AnXml::useNew(wchar_t const* rootName, wchar_t const* attributeName, wchar_t const* attributeValue) {
-    ADetailTrace const trace(group, call(L"useNew", rootName, attributeName, attributeValue));
+    CallTrace const trace(group, L"useNew", rootName, attributeName, attributeValue);
     if (rootName == nullptr) {
         logError(group, L"Null root node name");
         return false;
@@ -121,7 +113,7 @@ bool AnXml::useNew(wchar_t const* rootName, wchar_t const* attributeName, wchar_
 }
 
 bool AnXml::internalReadFile(bool reportMissing, wchar_t const* fileName, std::wstring& text) {
-    ADetailTrace const trace(group, call(L"ReadBufferFromFileNoExp", fileName));
+    CallTrace const trace(group, L"ReadBufferFromFileNoExp", fileName);
     std::int32_t encoding = AdvXMLParser::Utf8;
     std::int32_t const result =
         AdvXMLParser::ReadBufferFromFileNoExp(AString(fileName), text, encoding, 0, decrypt);
@@ -137,7 +129,7 @@ bool AnXml::readExistingFile(AString const& fileName, AString& text) {
 }
 
 bool AnXml::readExistingFileUtf8(AString const& fileName, AnObjectBuffer<unsigned char>& bytes) {
-    ADetailTrace const trace(group, call<wchar_t const*>(L"ReadUtf8BufferFromFileNoExp", fileName));
+    CallTrace const trace(group, L"ReadUtf8BufferFromFileNoExp", fileName);
     std::int32_t encoding = AdvXMLParser::Utf8;
     return AdvXMLParser::ReadUtf8BufferFromFileNoExp(fileName, bytes.cpp_str(), encoding, 0, decrypt) >= 0 ||
            failWithServiceMessage();
@@ -145,19 +137,19 @@ bool AnXml::readExistingFileUtf8(AString const& fileName, AnObjectBuffer<unsigne
 
 bool AnXml::convertUtf8ToUnicode(char const* utf8, AString& text) {
     std::size_t const length = std::strlen(utf8);
-    ADetailTrace const trace(group, call(L"ConvertBufferToUnicode", static_cast<int>(length)));
+    CallTrace const trace(group, L"ConvertBufferToUnicode", static_cast<int>(length));
     return AdvXMLParser::ConvertBufferToUnicode(utf8, length, text.cpp_str(), AdvXMLParser::Utf8) >= 0 ||
            failWithServiceMessage();
 }
 
 bool AnXml::convertUnicodeToUtf8(wchar_t const* text, AnObjectBuffer<unsigned char>& bytes) {
-    ADetailTrace const trace(group, call(L"ConvertBufferToUtf8"));
+    CallTrace const trace(group, L"ConvertBufferToUtf8");
     return AdvXMLParser::ConvertBufferToUtf8(text, bytes.cpp_str(), AdvXMLParser::Utf8) ||
            failWithServiceMessage();
 }
 
 bool AnXml::writeFile(wchar_t const* fileName, bool encipher, bool formatted) {
-    { ADetailTrace const trace(group, call(L"WriteBufferToFile", fileName)); }
+    { CallTrace const trace(group, L"WriteBufferToFile", fileName); }
     if (!hasDocument())
         return false;
     try {

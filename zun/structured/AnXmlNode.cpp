@@ -1,8 +1,8 @@
+#include <zun/linux/CallTrace.h>
 #include <zun/linux/log.h>
 #include <zun/structured/AnXml.h>
 #include <zun/structured/AnXmlNode.h>
 #include <zun/text/ACharString.h>
-#include <zun/text/AStringList.h>
 
 #include <stdexcept>
 #include <string_view>
@@ -190,10 +190,8 @@ bool AnXmlNode::getChild(bool required, AnXmlNode* out, wchar_t const* childName
     if (out != nullptr && out != this)
         out->m_element = nullptr;
     if (required) {
-        AStringList arguments(L",", false);
-        arguments << childName << attributeName << attributeValue << valueName;
-        logError(group, AString(L"getChild: required child not found: ")
-                            << static_cast<wchar_t const*>(arguments));
+        logError(group, AString(L"getChild: required child not found: ") << static_cast<wchar_t const*>(
+                            CallTrace::joined(childName, attributeName, attributeValue, valueName)));
     }
     return false;
 }

@@ -1,7 +1,7 @@
+#include <zun/linux/CallTrace.h>
 #include <zun/linux/log.h>
 #include <zun/structured/AnXml.h>
 #include <zun/text/AResourceFile.h>
-#include <zun/text/AStringList.h>
 
 #include <cerrno>
 #include <cstring>
@@ -15,9 +15,7 @@ bool AResourceFile::openExisting(wchar_t const* path, unsigned short) {
     AString const name(path);
     AnObjectBuffer<unsigned char> utf8;
     bool const converted = AnXml::convertUnicodeToUtf8(name, utf8);
-    AStringList call(L",", false);
-    call << L"catopen" << name;
-    ADetailTrace const trace(L"RcFile", call);
+    CallTrace const trace(L"RcFile", L"catopen", name);
 
     if (converted)
         m_catalog = catopen(reinterpret_cast<char const*>(utf8.getBytes()), NL_CAT_LOCALE);
@@ -30,9 +28,7 @@ bool AResourceFile::openExisting(wchar_t const* path, unsigned short) {
 }
 
 wchar_t const* AResourceFile::getString(int id, AString* out) const {
-    AStringList call(L",", false);
-    call << L"catgets" << static_cast<void*>(m_catalog) << id;
-    ADetailTrace const trace(L"RcFile", call);
+    CallTrace const trace(L"RcFile", L"catgets", static_cast<void*>(m_catalog), id);
 
     static constexpr char missing[] = "~`~`~`~`~`";
     char const* const message = catgets(m_catalog, 1, id, missing);

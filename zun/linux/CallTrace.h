@@ -3,7 +3,8 @@
 #include <zun/linux/log.h>
 #include <zun/text/AStringList.h>
 
-/// A detail trace that names a system call and its arguments, joined with ",".
+/// A detail trace that names a call and its arguments, joined with ",". It stands on text, which stands on
+/// the front door itself.
 class CallTrace : public ADetailTrace {
 public:
     template <typename... Items>
