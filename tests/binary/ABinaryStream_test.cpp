@@ -94,9 +94,12 @@ TEST_F(ABinaryStreamTest, OverrunIsStickyAndCounted) {
     ABinaryStream nowhere(true);
     nowhere.writeChar('x');
     EXPECT_TRUE(nowhere.pastEndError());
+    m_stream.construct(m_block.data() + 2, m_block.data(), true);
+    m_stream.writeShort(1);
+    EXPECT_TRUE(m_stream.pastEndError());
     EXPECT_THAT(m_log.takeLines(),
                 ElementsAre("[BinStrm] [E] internal error: Tried to write past buffer end by 4",
-                            EndsWith("by 4"), EndsWith("by 1")));
+                            EndsWith("by 4"), EndsWith("by 1"), EndsWith("by 4")));
 }
 
 } // namespace

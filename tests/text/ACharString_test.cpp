@@ -29,7 +29,7 @@ std::string narrowed(wchar_t const* wide) {
 
 TEST(ACharString, HoldsTheTextInTheCurrentLocale) {
     EXPECT_EQ(narrowed(L""), "");
-    EXPECT_EQ(narrowed(nullptr), "");
+    EXPECT_EQ(narrowed(nullptr), "(null)");
     useLocale("C");
     EXPECT_EQ(narrowed(L"a\x4e2d\x6587z"), "a??z");
     useLocale(utf8Locale);

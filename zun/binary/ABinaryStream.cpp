@@ -29,13 +29,23 @@ void ABinaryStream::construct(unsigned char* begin, unsigned char* end, bool lit
 }
 
 void ABinaryStream::setPointer(unsigned char* block, unsigned long size) {
-    // No block wraps around the end of the address space: such a size is a negative one.
-    bool const canExist =
-        size <= std::numeric_limits<std::uintptr_t>::max() - reinterpret_cast<std::uintptr_t>(block);
     m_block = block;
-    m_size = canExist ? size : 0;
+    m_size = size;
     m_position = 0;
+    m_constant = false;
     m_pastEnd = false;
+}
+
+void ABinaryStream::setConstant(unsigned char const* block, unsigned long size) {
+    setPointer(const_cast<unsigned char*>(block), size);
+    m_constant = true;
+}
+
+/// No block wraps around the end of the address space: such a size is a negative one.
+bool ABinaryStream::canExist() const {
+    return m_block ? m_size <= std::numeric_limits<std::uintptr_t>::max() -
+                                   reinterpret_cast<std::uintptr_t>(m_block)
+                   : m_size == 0;
 }
 
 unsigned char* ABinaryStream::getPointer() {
@@ -44,15 +54,20 @@ unsigned char* ABinaryStream::getPointer() {
 }
 
 bool ABinaryStream::atEnd() const {
-    return m_pastEnd || m_position == m_size;
+    return m_pastEnd || m_position == m_size || !canExist();
 }
 
 bool ABinaryStream::pastEndWith(unsigned long count) {
-    if (!m_pastEnd && count <= m_size - m_position)
+    if (!m_pastEnd && count <= m_size - m_position && canExist())
         return false;
     m_pastEnd = true;
     m_position += count;
     return true;
+}
+
+bool ABinaryStream::pastEndWriting(unsigned long count) {
+    m_pastEnd = m_pastEnd || (m_constant && count > 0);
+    return pastEndWith(count);
 }
 
 bool ABinaryStream::pastEndError() const {
@@ -81,7 +96,7 @@ Integer ABinaryStream::read() {
 
 template <typename Integer>
 void ABinaryStream::write(Integer value) {
-    if (!pastEndWith(sizeof value))
+    if (!pastEndWriting(sizeof value))
         std::memcpy(take(sizeof value), &value, sizeof value);
 }
 
@@ -143,25 +158,26 @@ void ABinaryStream::writeShort(unsigned short v) {
 }
 
 void ABinaryStream::writeString(unsigned long width, AString const& text) {
+    if (pastEndWriting(width))
+        return;
     ACharString const narrow(text);
-    writeField(width, narrow, std::min(width, static_cast<unsigned long>(narrow.size())));
+    putField(width, narrow, std::min(width, static_cast<unsigned long>(narrow.size())));
 }
 
 void ABinaryStream::writeString(AString const& text) {
-    ACharString const narrow(text);
-    auto const length = static_cast<unsigned long>(narrow.size());
-    writeField(length, narrow, length);
+    writeString(static_cast<unsigned long>(conversionSpaceRequired(text) - 1), text);
 }
 
 void ABinaryStream::writeBuffer(AnObjectBuffer<unsigned char> const& buffer, unsigned long count) {
     if (count == 0 || count > buffer.size())
         count = buffer.size();
-    writeField(count, buffer.cpp_str().data(), count);
+    if (!pastEndWriting(count))
+        putField(count, buffer.cpp_str().data(), count);
 }
 
-/// `count` bytes and as many zero bytes as fill up the width.
-void ABinaryStream::writeField(unsigned long width, char const* bytes, unsigned long count) {
-    if (pastEndWith(width) || width == 0)
+/// `count` bytes and as many zero bytes as fill up the width, for which there is room.
+void ABinaryStream::putField(unsigned long width, char const* bytes, unsigned long count) {
+    if (width == 0)
         return;
     unsigned char* const field = take(width);
     std::memmove(field, bytes, count);

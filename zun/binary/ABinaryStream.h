@@ -4,30 +4,47 @@
 #include <zun/binary/ABuffer.h>
 #include <zun/text/AString.h>
 
+#include <concepts>
 #include <string>
+#include <type_traits>
+
+/// A record in memory that must not be written to.
+template <typename Block>
+concept AConstantRecord = std::convertible_to<Block const&, unsigned char const*> &&
+                          !std::convertible_to<Block const&, unsigned char*> &&
+                          !std::is_null_pointer_v<Block>;
 
 /// Reads and writes packed binary records in a block of memory that stays the caller's and must outlive its
 /// use.
 ///
 /// An access that would leave the block touches nothing, sets a flag that stays set until setPointer, and
 /// from then on every access is skipped; each still counts its size. So record code asks once, at a record's
-/// end, with pastEndError. A negative count or width is such an overrun. Nothing but pastEndError logs, short
-/// of text that cannot be converted. An access that throws std::bad_alloc leaves the position where it was.
-/// One thread at a time.
+/// end, with pastEndError. A negative count or width is such an overrun, and so is every access to a block
+/// that cannot exist, and every write to a constant record. Nothing but pastEndError logs, short of text that
+/// cannot be converted. An access that throws std::bad_alloc leaves the position where it was. One thread at
+/// a time.
 class ZUN_API ABinaryStream {
 public:
     /// Without a block.
     explicit ABinaryStream(bool littleEndian);
+    /// A block comes with its size and byte order.
+    explicit ABinaryStream(std::convertible_to<void const volatile*> auto const& block) = delete;
     ABinaryStream(unsigned char* block, unsigned long size, bool littleEndian);
+    /// For reading.
+    ABinaryStream(AConstantRecord auto const& block, unsigned long size, bool littleEndian)
+        : ABinaryStream(littleEndian) {
+        setPointer(block, size);
+    }
 
     /// Starts afresh on the bytes from `begin` up to `end`.
     void construct(unsigned char* begin, unsigned char* end, bool littleEndian);
 
     /// A new block in the same byte order; clears the overrun.
     void setPointer(unsigned char* block, unsigned long size);
+    void setPointer(AConstantRecord auto const& block, unsigned long size) { setConstant(block, size); }
 
-    /// The next byte to read or write. After an overrun it counts on past the block's end, as an address that
-    /// must not be used.
+    /// The next byte to read, or to write where there is no constant record. After an overrun it counts on
+    /// past the block's end, as an address that must not be used.
     unsigned char* getPointer();
 
     /// True as well after an overrun.
@@ -70,17 +87,21 @@ public:
     void writeBuffer(AnObjectBuffer<unsigned char> const& buffer, unsigned long count);
 
 private:
+    void setConstant(unsigned char const* block, unsigned long size);
+    bool canExist() const;
+    bool pastEndWriting(unsigned long count);
     unsigned char* take(unsigned long count);
     template <typename Integer>
     Integer read();
     template <typename Integer>
     void write(Integer value);
-    void writeField(unsigned long width, char const* bytes, unsigned long count);
+    void putField(unsigned long width, char const* bytes, unsigned long count);
 
     unsigned char* m_block = nullptr;
     unsigned long m_size = 0;
     /// Counted modulo the address space; beyond m_size only after an overrun.
     unsigned long m_position = 0;
+    bool m_constant = false;
     bool m_littleEndian = true;
     bool m_pastEnd = false;
 };

@@ -2,6 +2,8 @@
 
 #include <zun/Api.h>
 
+#include <compare>
+#include <concepts>
 #include <string>
 
 /// A growable block of raw bytes with value semantics.
@@ -22,7 +24,8 @@ public:
     ABuffer(char const* text);
 
     /// Changes the size, then copies `size` bytes from `source` unless it is null. Returns getBytes().
-    unsigned char const* allocate(unsigned long size, unsigned char const* source = nullptr);
+    unsigned char const* allocate(unsigned long size,
+                                  unsigned char const* source = nullptr) ZUN_LIFETIME_BOUND;
 
     /// True: the store has no guard to examine.
     bool checkAllocation() const { return true; }
@@ -45,10 +48,31 @@ public:
     unsigned long size() const { return m_store.size(); }
 
     /// Valid until the size changes.
-    unsigned char const* getBytes() const { return reinterpret_cast<unsigned char const*>(m_store.data()); }
+    unsigned char const* getBytes() const ZUN_LIFETIME_BOUND {
+        return reinterpret_cast<unsigned char const*>(m_store.data());
+    }
 
-    std::string& cpp_str() { return m_store; }
-    std::string const& cpp_str() const { return m_store; }
+    std::string& cpp_str() ZUN_LIFETIME_BOUND { return m_store; }
+    std::string const& cpp_str() const ZUN_LIFETIME_BOUND { return m_store; }
+
+    /// Byte by byte.
+    template <std::derived_from<ABuffer> Left, std::derived_from<ABuffer> Right>
+    friend bool operator==(Left const& left, Right const& right) {
+        return left.cpp_str() == right.cpp_str();
+    }
+    template <std::derived_from<ABuffer> Left, std::derived_from<ABuffer> Right>
+    friend std::strong_ordering operator<=>(Left const& left, Right const& right) {
+        return left.cpp_str().compare(right.cpp_str()) <=> 0;
+    }
+    // By itself too: with <=> alone, std::less<> would order the bytes' addresses.
+    template <std::derived_from<ABuffer> Left, std::derived_from<ABuffer> Right>
+    friend bool operator<(Left const& left, Right const& right) {
+        return left.cpp_str() < right.cpp_str();
+    }
+    template <std::derived_from<ABuffer> Left, std::derived_from<ABuffer> Right>
+    friend bool operator>(Left const& left, Right const& right) {
+        return left.cpp_str() > right.cpp_str();
+    }
 
 private:
     std::string m_store;
@@ -64,5 +88,5 @@ public:
     AnObjectBuffer() = default;
     AnObjectBuffer(unsigned int count, unsigned char const* source) : ABuffer(count, source) {}
 
-    operator unsigned char const*() const { return getBytes(); }
+    operator unsigned char const*() const ZUN_LIFETIME_BOUND { return getBytes(); }
 };

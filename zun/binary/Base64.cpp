@@ -182,12 +182,14 @@ unsigned long Base64Decode(char const* source, unsigned long sourceSize, void* d
     return written;
 }
 
-AString ABase64Encode::encode(AnObjectBuffer<unsigned char> const& bytes) {
+AString ABase64Encode::encode(ABuffer const& bytes) {
     return encode(bytes.getBytes(), bytes.size());
 }
 
 AString ABase64Encode::encode(unsigned char const* data, unsigned long const& size) {
     try {
+        if (!data)
+            return encode(ABuffer(size, nullptr));
         std::string narrow(size / 3 * 4 + 4, '\0');
         narrow.resize(Base64Encode(data, size, narrow.data(), narrow.size(), nullptr, nullptr));
         AString text;

@@ -9,7 +9,15 @@
 /// Whether the whole text fits the pattern, ignoring the case of ASCII letters. "*" stands for any run of
 /// characters; every other character stands for itself. A "*" that ends the pattern wants at least one
 /// character: "abc*" does not match "abc", nor "*" the empty text.
-ZUN_API bool MatchWildcard(std::string const& pattern, std::string const& text);
+[[nodiscard]] ZUN_API bool MatchWildcard(std::string const& pattern, std::string const& text);
+
+/// The same, for a program that keeps the address of a function of texts by value; a call takes the one
+/// above.
+template <typename = void>
+[[nodiscard]] bool MatchWildcard(std::string pattern, std::string text) {
+    bool (*const match)(std::string const&, std::string const&) = MatchWildcard;
+    return match(pattern, text);
+}
 
 /// Replaces every space by "%20" and nothing else.
 ZUN_API void percentEncodeSpaceInPath(std::string& path);

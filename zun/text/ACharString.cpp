@@ -1,6 +1,7 @@
 #include <zun/linux/log.h>
 #include <zun/text/ACharString.h>
 #include <zun/text/AString.h>
+#include <zun/text/NullText.h>
 
 #include <climits>
 #include <cstdlib>
@@ -15,10 +16,10 @@ constexpr std::size_t conversionFailed = static_cast<std::size_t>(-1);
 
 /// Calls `write(bytes, count)` with the narrow form of each character in turn.
 template <typename Write>
-void narrow(wchar_t const* wide, Write write) {
+void narrow(wchar_t const* text, Write write) {
     std::mbstate_t state{};
     char bytes[MB_LEN_MAX];
-    for (; *wide != L'\0'; ++wide) {
+    for (wchar_t const* wide = textOf(text); *wide != L'\0'; ++wide) {
         std::size_t count = std::wcrtomb(bytes, *wide, &state);
         if (count == conversionFailed) {
             state = {};
@@ -53,7 +54,7 @@ ACharString::ACharString(char const* bytes, int length) : m_size(length) {
 }
 
 int conversionSpaceRequired(char const* narrowText) {
-    std::size_t const count = std::mbstowcs(nullptr, narrowText, 0x7fffffff);
+    std::size_t const count = std::mbstowcs(nullptr, textOf(narrowText), 0x7fffffff);
     if (count > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
         logError(L"String", L"couldn't query space for wide character conversion");
         return 0;
@@ -63,19 +64,17 @@ int conversionSpaceRequired(char const* narrowText) {
 
 int conversionSpaceRequired(wchar_t const* wide) {
     std::size_t space = 1;
-    if (wide)
-        narrow(wide, [&space](char const*, std::size_t count) { space += count; });
+    narrow(wide, [&space](char const*, std::size_t count) { space += count; });
     if (space > static_cast<std::size_t>(std::numeric_limits<int>::max()))
         throw std::bad_array_new_length();
     return static_cast<int>(space);
 }
 
 void convert(wchar_t const* wide, char* destination) {
-    if (wide)
-        narrow(wide, [&destination](char const* bytes, std::size_t count) {
-            std::memcpy(destination, bytes, count);
-            destination += count;
-        });
+    narrow(wide, [&destination](char const* bytes, std::size_t count) {
+        std::memcpy(destination, bytes, count);
+        destination += count;
+    });
     *destination = '\0';
 }
 
@@ -96,6 +95,8 @@ char* checkNewChar(int count) {
 }
 
 int wcsicmp(wchar_t const* left, wchar_t const* right) {
+    left = textOf(left);
+    right = textOf(right);
     for (;; ++left, ++right) {
         wint_t const difference =
             towupper(static_cast<wint_t>(*left)) - towupper(static_cast<wint_t>(*right));

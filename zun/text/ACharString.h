@@ -14,7 +14,7 @@ public:
     ACharString();
 
     /// The text in the process's current locale, up to its first NUL; a character that the locale cannot
-    /// represent becomes "?". Null gives an empty text.
+    /// represent becomes "?". Null stands for "(null)", here and in the functions below.
     ACharString(wchar_t const* wide);
 
     /// `length` bytes as they are, with a NUL after them. Null `bytes` give an empty text of that size. A
@@ -25,7 +25,7 @@ public:
     ACharString& operator=(ACharString const&) = delete;
 
     /// Never null; valid as long as the object.
-    operator char const*() const { return m_text.get(); }
+    operator char const*() const ZUN_LIFETIME_BOUND { return m_text.get(); }
 
     /// In bytes, without the terminating NUL.
     int size() const { return m_size; }
@@ -39,7 +39,7 @@ private:
 /// converted is logged under "String" and takes none.
 ZUN_API int conversionSpaceRequired(char const* narrow);
 
-/// How many bytes the narrow form takes, its terminating NUL included. Null takes one.
+/// How many bytes the narrow form takes, its terminating NUL included.
 ZUN_API int conversionSpaceRequired(wchar_t const* wide);
 
 /// Writes the narrow form and its terminating NUL: exactly conversionSpaceRequired(wide) bytes.

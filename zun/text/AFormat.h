@@ -6,7 +6,7 @@
 
 /// One formatting request for AString::execute. It owns nothing that it points to.
 ///
-/// Directive characters in `flags`, in any order:
+/// Directive characters in `flags`, in any order; null has none:
 ///
 ///     -  left-justify inside the width        0  pad a number with zeros
 ///     ^  upper-case the result                _  lower-case the result (^ wins over _)

@@ -18,27 +18,11 @@ void ALocalizedString::open(int id, AResourceFile const& file) {
     m_nextArgument = 1;
 }
 
-ALocalizedString& ALocalizedString::operator<<(wchar_t const* argument) {
+ALocalizedString& ALocalizedString::fill(AString const& argument) {
     if (m_nextArgument <= 9)
         findAndReplace(AString(L"%") << m_nextArgument, argument);
     ++m_nextArgument;
     return *this;
-}
-
-ALocalizedString& ALocalizedString::operator<<(char const* argument) {
-    return *this << static_cast<wchar_t const*>(AString(argument));
-}
-
-ALocalizedString& ALocalizedString::operator<<(int argument) {
-    return *this << static_cast<wchar_t const*>(AString(argument));
-}
-
-ALocalizedString& ALocalizedString::operator<<(void* argument) {
-    return *this << static_cast<wchar_t const*>(AString(argument));
-}
-
-ALocalizedString& ALocalizedString::operator<<(wchar_t argument) {
-    return *this << static_cast<wchar_t const*>(AString(argument));
 }
 
 void ALocalizedString::setDefaultResourceFile(AResourceFile* file) {

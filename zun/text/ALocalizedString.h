@@ -23,11 +23,14 @@ public:
 
     /// Replaces every "%n" of the next number by the argument, formatted as AString does. An argument without
     /// a place still counts.
-    ALocalizedString& operator<<(wchar_t const* argument);
-    ALocalizedString& operator<<(char const* argument);
-    ALocalizedString& operator<<(int argument);
-    ALocalizedString& operator<<(void* argument);
-    ALocalizedString& operator<<(wchar_t argument);
+    template <AScalarSource Argument>
+    ALocalizedString& operator<<(Argument argument) {
+        return fill(AString() << argument);
+    }
+    template <AClassSource Argument>
+    ALocalizedString& operator<<(Argument const& argument) {
+        return fill(AString() << argument);
+    }
 
     /// The catalog of all localized strings made by number alone. It stays the caller's and has to outlive
     /// their making; set it before other threads make any.
@@ -37,5 +40,7 @@ public:
     static AResourceFile* DefaultResourceFile;
 
 private:
+    ALocalizedString& fill(AString const& argument);
+
     std::int32_t m_nextArgument = 1;
 };

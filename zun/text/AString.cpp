@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <cwchar>
+#include <ostream>
 #include <utility>
 
 namespace {
@@ -26,6 +27,10 @@ void appendNarrow(std::wstring& text, char const* narrow) {
 
 AString::AString(std::wstring const& text) : m_text(text) {}
 
+AString::AString(std::wstring&& text) noexcept : m_text(std::move(text)) {}
+
+AString::AString(std::wstring_view text) : m_text(text) {}
+
 AString::AString(wchar_t const* text) : m_text(textOf(text)) {}
 
 AString::AString(char const* narrow) {
@@ -38,6 +43,8 @@ AString::AString(char byte) : m_text(1, convertOne(byte)) {}
 
 AString::AString(int number) : AString(long{number}) {}
 
+AString::AString(unsigned int number) : AString(static_cast<unsigned long>(number)) {}
+
 AString::AString(long number) {
     format_engine::append(m_text, number);
 }
@@ -45,6 +52,10 @@ AString::AString(long number) {
 AString::AString(unsigned long number) {
     format_engine::append(m_text, number);
 }
+
+AString::AString(long long number) : m_text(std::to_wstring(number)) {}
+
+AString::AString(unsigned long long number) : m_text(std::to_wstring(number)) {}
 
 AString::AString(void* pointer) {
     format_engine::append(m_text, pointer);
@@ -74,12 +85,32 @@ AString& AString::operator=(char byte) {
     return *this;
 }
 
+AString& AString::operator=(int number) {
+    m_text.clear();
+    return *this << number;
+}
+
+AString& AString::operator=(unsigned int number) {
+    m_text.clear();
+    return *this << number;
+}
+
 AString& AString::operator=(long number) {
     m_text.clear();
     return *this << number;
 }
 
 AString& AString::operator=(unsigned long number) {
+    m_text.clear();
+    return *this << number;
+}
+
+AString& AString::operator=(long long number) {
+    m_text.clear();
+    return *this << number;
+}
+
+AString& AString::operator=(unsigned long long number) {
     m_text.clear();
     return *this << number;
 }
@@ -123,6 +154,10 @@ AString& AString::operator<<(int number) {
     return *this << long{number};
 }
 
+AString& AString::operator<<(unsigned int number) {
+    return *this << static_cast<unsigned long>(number);
+}
+
 AString& AString::operator<<(long number) {
     format_engine::append(m_text, number);
     return *this;
@@ -130,6 +165,16 @@ AString& AString::operator<<(long number) {
 
 AString& AString::operator<<(unsigned long number) {
     format_engine::append(m_text, number);
+    return *this;
+}
+
+AString& AString::operator<<(long long number) {
+    m_text.append(std::to_wstring(number));
+    return *this;
+}
+
+AString& AString::operator<<(unsigned long long number) {
+    m_text.append(std::to_wstring(number));
     return *this;
 }
 
@@ -198,9 +243,13 @@ void AString::findAndReplace(AString const& find, AString const& replacement) {
 void AString::convert(char const* narrow, wchar_t* destination, int offset, int count) {
     if (count <= 0)
         return;
-    if (std::mbstowcs(destination + offset, narrow, static_cast<std::size_t>(count)) ==
+    if (std::mbstowcs(destination + offset, textOf(narrow), static_cast<std::size_t>(count)) ==
         static_cast<std::size_t>(-1))
         logError(L"String", L"couldn't convert to wide characters");
+}
+
+std::wostream& operator<<(std::wostream& out, AString const& text) {
+    return out << text.m_text;
 }
 
 bool AString::CaseSensitiveLess::operator()(AString const& left, AString const& right) const {

@@ -4,39 +4,18 @@ AStringList::AStringList(wchar_t const* separator, bool terminate)
     : m_separator(separator), m_terminate(terminate), m_first(true) {}
 
 void AStringList::clear() {
-    m_list = L"";
+    cpp_str().clear();
     m_first = true;
 }
 
-template <typename Item>
-AStringList& AStringList::append(Item const& item) {
-    AString entry;
-    if (!m_terminate && !m_first)
-        entry << m_separator;
-    entry << item;
+AString AStringList::leading() const {
+    return m_terminate || m_first ? AString() : m_separator;
+}
+
+AStringList& AStringList::add(AString&& entry) {
     if (m_terminate)
         entry << m_separator;
-    m_list << entry;
+    AString::operator<<(entry);
     m_first = false;
     return *this;
-}
-
-AStringList& AStringList::operator<<(wchar_t const* item) {
-    return append(item);
-}
-
-AStringList& AStringList::operator<<(char const* item) {
-    return append(item);
-}
-
-AStringList& AStringList::operator<<(int item) {
-    return append(item);
-}
-
-AStringList& AStringList::operator<<(void* item) {
-    return append(item);
-}
-
-AStringList& AStringList::operator<<(AFormat const& item) {
-    return append(item);
 }

@@ -3,8 +3,9 @@
 #include <zun/Api.h>
 #include <zun/text/AString.h>
 
-/// Items joined with a separator as they are streamed in. The inherited text stays empty: the joined text is
-/// what the list converts to.
+#include <utility>
+
+/// A text that grows by items, joined with a separator as they are streamed in.
 class ZUN_API AStringList : public AString {
 public:
     /// With `terminate` the separator follows every item, otherwise it goes between items.
@@ -14,20 +15,30 @@ public:
     void clear();
 
     /// Each appends one item, formatted as AString does for the same type.
-    AStringList& operator<<(wchar_t const* item);
-    AStringList& operator<<(char const* item);
-    AStringList& operator<<(int item);
-    AStringList& operator<<(void* item);
-    AStringList& operator<<(AFormat const& item);
+    template <AScalarSource Item>
+    AStringList& operator<<(Item item) {
+        return append(item);
+    }
+    template <AClassSource Item>
+    AStringList& operator<<(Item const& item) {
+        return append(item);
+    }
 
-    /// The joined text; valid until the list changes.
-    operator wchar_t const*() const { return m_list; }
+    /// Items are streamed in.
+    void operator+=(auto const& item) = delete;
 
 private:
     template <typename Item>
-    AStringList& append(Item const& item);
+    AStringList& append(Item const& item) {
+        AString entry = leading();
+        entry << item;
+        return add(std::move(entry));
+    }
 
-    AString m_list;
+    /// What stands before the next item.
+    AString leading() const;
+    AStringList& add(AString&& entry);
+
     AString m_separator;
     bool m_terminate;
     bool m_first;

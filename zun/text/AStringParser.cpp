@@ -1,4 +1,5 @@
 #include <zun/text/AStringParser.h>
+#include <zun/text/NullText.h>
 
 #include <cstdint>
 #include <cwchar>
@@ -42,7 +43,7 @@ AStringParser::AStringParser(wchar_t const* text, wchar_t const* delimiters) {
 void AStringParser::startAt(wchar_t const* text, wchar_t const* delimiters) {
     m_text = text;
     m_position = m_text.cpp_str().data();
-    m_delimiters = delimiters ? delimiters : L"";
+    m_delimiters = setOf(delimiters);
     m_lastDelimiter = L'\0';
 }
 
@@ -62,7 +63,7 @@ wchar_t const* AStringParser::get(wchar_t const* delimiters) {
 }
 
 void AStringParser::skip(wchar_t const* characters) {
-    m_position += std::wcsspn(m_position, characters);
+    m_position += std::wcsspn(m_position, setOf(characters));
 }
 
 void AStringParser::skip(int count) {
@@ -83,7 +84,7 @@ void parseInTwoFromRight(wchar_t const* text, AString* left, wchar_t const* deli
                          bool wholeToLeft) {
     AString const copy(text);
     std::wstring const& whole = copy;
-    std::size_t const found = whole.find_last_of(delimiters);
+    std::size_t const found = whole.find_last_of(setOf(delimiters));
     bool const split = found != std::wstring::npos;
     if (left)
         *left = split ? whole.substr(0, found) : wholeToLeft ? whole : std::wstring();

@@ -3,9 +3,9 @@
 #include <zun/Api.h>
 #include <zun/text/AString.h>
 
-/// Splits its own copy of a text into tokens at any of a set of delimiter characters. Consecutive delimiters
-/// give empty tokens. Every pointer handed out points into that copy: it lives as long as the parser and
-/// until the next startAt.
+/// Splits its own copy of a text into tokens at any of a set of delimiter characters; a null set is an empty
+/// one. Consecutive delimiters give empty tokens. Every pointer handed out points into that copy: it lives as
+/// long as the parser and until the next startAt.
 class ZUN_API AStringParser {
 public:
     AStringParser();
@@ -22,7 +22,7 @@ public:
 
     /// The next token, up to a character of `delimiters` (null: of the default set) or the end; empty ones
     /// after the last.
-    wchar_t const* get(wchar_t const* delimiters);
+    wchar_t const* get(wchar_t const* delimiters) ZUN_LIFETIME_BOUND;
 
     /// Moves past any run of the given characters.
     void skip(wchar_t const* characters);
@@ -33,7 +33,7 @@ public:
     bool atEnd() const { return *m_position == L'\0'; }
 
     /// The rest of the text, untouched.
-    wchar_t const* getRemaining() const { return m_position; }
+    wchar_t const* getRemaining() const ZUN_LIFETIME_BOUND { return m_position; }
 
 private:
     AString m_text;

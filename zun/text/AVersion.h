@@ -3,6 +3,7 @@
 #include <zun/Api.h>
 #include <zun/text/AString.h>
 
+#include <compare>
 #include <cstdint>
 
 /// A version number of four decimal parts, the most significant first, each 0 to 65535.
@@ -32,6 +33,9 @@ public:
 
     /// -1, 0 or 1 as this version is below, equal to or above the other.
     int compare(AVersion const* other) const;
+
+    bool operator==(AVersion const&) const = default;
+    std::strong_ordering operator<=>(AVersion const&) const = default;
 
 private:
     int part(int shift) const { return static_cast<std::uint16_t>(m_packed >> shift); }
