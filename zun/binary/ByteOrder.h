@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zun/Api.h>
+
 #include <bit>
 
 // Integers between the host's byte order and little-endian (Le) or big-endian (Be) order; the digit is the
