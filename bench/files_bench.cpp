@@ -32,7 +32,10 @@ std::filesystem::path const& directory() {
 std::string const& wholeFile() {
     static std::string const path = [] {
         std::string name = directory() / "whole";
-        std::ofstream(name) << std::string(100'000'000, 'x');
+        std::string const megabyte(1'000'000, 'x');
+        std::ofstream file(name);
+        for (int i = 0; i < 100; ++i)
+            file << megabyte;
         return name;
     }();
     return path;

@@ -25,8 +25,10 @@ namespace {
 class PosixLock {
 public:
     ~PosixLock() { pthread_rwlock_destroy(&m_lock); }
+    // NOLINTBEGIN(readability-identifier-naming): what the standard library's locks are called by
     void lock_shared() { pthread_rwlock_rdlock(&m_lock); }
     void unlock_shared() { pthread_rwlock_unlock(&m_lock); }
+    // NOLINTEND(readability-identifier-naming)
 
 private:
     pthread_rwlock_t m_lock = PTHREAD_RWLOCK_INITIALIZER;
@@ -34,8 +36,10 @@ private:
 
 class ZunLock : public CReadWriteSync {
 public:
+    // NOLINTBEGIN(readability-identifier-naming): the same
     void lock_shared() { ReadLock(); }
     void unlock_shared() { ReadUnlock(); }
+    // NOLINTEND(readability-identifier-naming)
 };
 
 template <typename Lock>

@@ -99,7 +99,7 @@ BENCHMARK_CAPTURE(acceptedBare, statx, lookWithoutTimeStamps)->Name("log_accepte
 
 std::shared_ptr<spdlog::logger> rotatingLogger(Directory const& directory) {
     auto const sink = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(directory.file(), unlimited, 5);
-    auto const logger = std::make_shared<spdlog::logger>("bench", sink);
+    auto logger = std::make_shared<spdlog::logger>("bench", sink);
     logger->set_pattern("%Y-%m-%d %H:%M:%S.%e [%P]  (%t)      [Agent] [I] %v\r");
     logger->set_level(spdlog::level::info);
     logger->flush_on(spdlog::level::trace);

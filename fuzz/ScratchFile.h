@@ -39,7 +39,7 @@ private:
 /// The bytes up to a line feed, which are taken off the input.
 inline std::string takeLine(std::string& input) {
     std::size_t const end = input.find('\n');
-    std::string const line = input.substr(0, end);
+    std::string line = input.substr(0, end);
     input.erase(0, end == std::string::npos ? end : end + 1);
     return line;
 }

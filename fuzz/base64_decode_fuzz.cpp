@@ -1,5 +1,6 @@
-#include <cstdlib>
 #include <tests/support/Base64Calls.h>
+
+#include <cstdlib>
 
 /// Any text decodes as single steps decode it; what came out encodes and decodes to itself.
 extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {

@@ -1,6 +1,7 @@
+#include <tests/support/Base64Calls.h>
+
 #include <cstdlib>
 #include <cstring>
-#include <tests/support/Base64Calls.h>
 
 /// Calls that take each other up agree with single steps. The input is a first state, then per call a byte
 /// that chooses the coder, one for the room, one for the length of the source, and the source.

@@ -1,7 +1,7 @@
+#include <fuzz/ScratchFile.h>
 #include <zun/platform/crypto/ACryptWrap.h>
 
 #include <cstdlib>
-#include <fuzz/ScratchFile.h>
 
 /// The input is the place of an alteration and a text. No text that nobody enciphered is deciphered; an
 /// enciphered one comes back, and is refused when it is altered or cut.

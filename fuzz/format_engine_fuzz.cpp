@@ -1,9 +1,9 @@
+#include <tests/support/CLibraryFormat.h>
 #include <zun/text/AString.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <cwctype>
-#include <tests/support/CLibraryFormat.h>
 
 namespace {
 
@@ -32,8 +32,8 @@ extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t siz
     constexpr std::size_t headSize = 3 + sizeof(value);
     if (size < headSize)
         return 0;
-    int const width = static_cast<signed char>(data[0]);
-    int const precision = static_cast<signed char>(data[1]);
+    int const width = static_cast<std::int8_t>(data[0]);
+    int const precision = static_cast<std::int8_t>(data[1]);
     int flagCount = data[2] % 8;
     std::memcpy(&value, data + 3, sizeof(value));
     data += headSize;

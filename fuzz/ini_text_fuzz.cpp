@@ -1,9 +1,9 @@
+#include <fuzz/ScratchFile.h>
+#include <tests/support/LiteralIni.h>
 #include <zun/structured/AnIni2.h>
 #include <zun/structured/AnXml.h>
 
 #include <cstdlib>
-#include <fuzz/ScratchFile.h>
-#include <tests/support/LiteralIni.h>
 
 /// The input is an INI file. Verdict and settings are those of the grammar's single steps, and a file that
 /// was written from them reads the same.

@@ -1,3 +1,4 @@
+#include <tests/support/Utf8Locale.h>
 #include <zun/linux/log.h>
 #include <zun/text/ACharString.h>
 
@@ -7,7 +8,6 @@
 #include <cwchar>
 #include <memory>
 #include <string>
-#include <tests/support/Utf8Locale.h>
 
 namespace {
 

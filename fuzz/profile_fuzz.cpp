@@ -1,7 +1,7 @@
+#include <fuzz/ScratchFile.h>
 #include <zun/platform/registry/ProfileString.h>
 
 #include <cstdlib>
-#include <fuzz/ScratchFile.h>
 #include <map>
 #include <utility>
 

@@ -1,7 +1,7 @@
+#include <fuzz/ScratchFile.h>
 #include <zun/platform/registry/Registry.h>
 
 #include <cstdlib>
-#include <fuzz/ScratchFile.h>
 #include <optional>
 
 namespace {

@@ -1,7 +1,7 @@
+#include <tests/support/LiteralWildcard.h>
 #include <zun/structured/MatchWildcard.h>
 
 #include <cstdlib>
-#include <tests/support/LiteralWildcard.h>
 
 static std::string lowerCase(std::string text) {
     for (char& c : text)

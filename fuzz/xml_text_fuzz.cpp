@@ -1,7 +1,6 @@
-#include <zun/platform/helper/CommonHelper.h>
-
 #include <tests/support/ExpatVerdict.h>
 #include <tests/support/XmlRoundTrip.h>
+#include <zun/platform/helper/CommonHelper.h>
 
 /// The input is a text in UTF-8; malformed bytes become elements that are no characters. A document is what
 /// Expat takes for one within the service's limits, and survives writing and reading.
