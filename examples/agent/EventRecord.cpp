@@ -24,8 +24,7 @@ AnObjectBuffer<unsigned char> EventRecord::encode() const {
 }
 
 bool EventRecord::decode(ABuffer const& bytes) {
-    ABuffer copy(bytes);
-    ABinaryStream stream(reinterpret_cast<unsigned char*>(copy.cpp_str().data()), copy.size(), bigEndian);
+    ABinaryStream stream(bytes.getBytes(), bytes.size(), bigEndian);
     bool const isRecord = stream.readUint32() == signature;
     id = stream.readUint32();
     severity = stream.readShort();

@@ -98,8 +98,7 @@ void Service::keepSettings() {
     AString language;
     if (settings.getExisting(L"Agent", L"PolicyInterval", interval) &&
         settings.getExisting(L"Agent", L"Language", language))
-        m_settings =
-            L"PolicyInterval=" + interval.const_cpp_str() + L", Language=" + language.const_cpp_str();
+        m_settings = L"PolicyInterval=" + interval + L", Language=" + language;
 }
 
 void Service::editPolicy() {
@@ -126,7 +125,7 @@ void Service::editPolicy() {
         AString size;
         if (node.getChildMove(true, L"Policy", L"name", L"Logging") &&
             node.getChild(true, L"Setting", L"name", L"MaxLogFileSize", L"", &size))
-            m_policy = L"MaxLogFileSize=" + size.const_cpp_str() + L" KiB, read back from an enciphered file";
+            m_policy = L"MaxLogFileSize=" + size + L" KiB, read back from an enciphered file";
     }
 }
 
@@ -140,11 +139,8 @@ void Service::keepEvent() {
     EventRecord readBack;
     if (!AFile::write(file, event.encode()) || !AFile::read(true, file, stored) || !readBack.decode(stored))
         return;
-    AString text;
-    text << L"event " << static_cast<long>(readBack.id) << L" of " << readBack.product << L" "
-         << readBack.version.getString() << L", on the wire "
-         << ABase64Encode::encode(stored.getBytes(), stored.size());
-    m_event = text.const_cpp_str();
+    m_event << L"event " << readBack.id << L" of " << readBack.product << L" " << readBack.version.getString()
+            << L", on the wire " << ABase64Encode::encode(stored);
 }
 
 void Service::readMessages() {
@@ -155,16 +151,12 @@ void Service::readMessages() {
     ALocalizedString::setDefaultResourceFile(&catalog);
     std::vector<std::wstring> products;
     configuration().GetAvailableSoftwareIds(products);
-    auto const count = static_cast<int>(products.size());
-    m_messages.push_back((ALocalizedString(1) << count << count - 1).const_cpp_str());
+    m_messages.push_back(ALocalizedString(1) << products.size() << products.size() - 1);
     AVersion const wanted(L"5.2");
     for (wchar_t const* const found : {L"5.2", L"5.10.0.1"}) {
         AVersion const version(found);
-        bool const isNewer = version.compare(&wanted) > 0;
-        ALocalizedString line(isNewer ? 2 : 3);
-        line << version.getString();
-        line << wanted.getString();
-        m_messages.push_back(line.const_cpp_str());
+        m_messages.push_back(ALocalizedString(version > wanted ? 2 : 3)
+                             << version.getString() << wanted.getString());
     }
     ALocalizedString::setDefaultResourceFile(nullptr);
 }
@@ -230,7 +222,7 @@ void Service::report() const {
     report.add(L"agent.ini", m_settings);
     report.add(L"policy", m_policy);
     report.add(L"event kept", m_event);
-    for (std::wstring const& message : m_messages)
+    for (AString const& message : m_messages)
         report.add(L"message", message);
 
     report.add(L"Plug-ins");

@@ -2,6 +2,8 @@
 
 #include "Workspace.h"
 
+#include <zun/text/AString.h>
+
 #include <string>
 #include <vector>
 
@@ -28,8 +30,8 @@ private:
     Workspace const& m_workspace;
     std::vector<std::wstring> m_finishedPlugins;
     bool m_canLock = false;
-    std::wstring m_settings;
-    std::wstring m_policy;
-    std::wstring m_event;
-    std::vector<std::wstring> m_messages;
+    AString m_settings;
+    AString m_policy;
+    AString m_event;
+    std::vector<AString> m_messages;
 };

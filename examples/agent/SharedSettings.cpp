@@ -24,7 +24,7 @@ std::string SharedSettings::lockName() {
     AString name;
     splitPath(IConfiguration::GetConfiguration()->GetAgentInstallLocation().c_str(), &workspace, nullptr);
     splitPath(workspace, nullptr, &name);
-    return orvane_com::zun::helper::toNarrow(name.const_cpp_str()) + ".settings";
+    return orvane_com::zun::helper::toNarrow(name) + ".settings";
 }
 
 void SharedSettings::countRun(std::wstring const& section) {
@@ -40,7 +40,7 @@ void SharedSettings::countRun(std::wstring const& section) {
         AString runs(L"0");
         settings.tryGet(section, L"Runs", runs);
         settings.set(section, L"Runs", AString(runs.toInt() + 1));
-        settings.set(section, L"WaitedForLock", AString(static_cast<long>(waited.count())) << L" ms");
+        settings.set(section, L"WaitedForLock", AString(waited.count()) << L" ms");
     }
     lock.unlock();
 }
@@ -51,6 +51,5 @@ std::wstring SharedSettings::describe(std::wstring const& section) {
     AString waited;
     if (!settings.tryGet(section, L"Runs", runs) || !settings.tryGet(section, L"WaitedForLock", waited))
         return {};
-    return L"run " + runs.const_cpp_str() + L", waited " + waited.const_cpp_str() +
-           L" for the lock on agent.ini";
+    return L"run " + runs + L", waited " + waited + L" for the lock on agent.ini";
 }

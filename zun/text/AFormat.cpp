@@ -104,6 +104,12 @@ public:
             *--end = L"0123456789abcdef"[rest & 0xf];
     }
 
+    std::wstring text() const {
+        std::wstring result(m_size, L'\0');
+        write(result.data());
+        return result;
+    }
+
     void appendTo(std::wstring& text) const {
         text.append(m_size, L'\0');
         write(text.data() + text.size() - m_size);
@@ -120,6 +126,18 @@ private:
     std::uint32_t m_value;
     std::size_t m_size;
 };
+
+Digits digitsOf(long number) {
+    return Digits::signedDecimal(static_cast<std::int32_t>(lowHalf(number)));
+}
+
+Digits digitsOf(unsigned long number) {
+    return Digits::decimal(static_cast<std::uint32_t>(number));
+}
+
+Digits digitsOf(void* pointer) {
+    return Digits::hexadecimal(static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(pointer)), 8);
+}
 
 enum class NumberType { signedDecimal, unsignedDecimal, hexadecimal };
 
@@ -219,17 +237,28 @@ void layOutText(std::wstring& text, AFormat const& request, Directives const& di
 
 } // namespace
 
+std::wstring text(long number) {
+    return digitsOf(number).text();
+}
+
+std::wstring text(unsigned long number) {
+    return digitsOf(number).text();
+}
+
+std::wstring text(void* pointer) {
+    return digitsOf(pointer).text();
+}
+
 void append(std::wstring& text, long number) {
-    Digits::signedDecimal(static_cast<std::int32_t>(lowHalf(number))).appendTo(text);
+    digitsOf(number).appendTo(text);
 }
 
 void append(std::wstring& text, unsigned long number) {
-    Digits::decimal(static_cast<std::uint32_t>(number)).appendTo(text);
+    digitsOf(number).appendTo(text);
 }
 
 void append(std::wstring& text, void* pointer) {
-    auto const address = reinterpret_cast<std::uintptr_t>(pointer);
-    Digits::hexadecimal(static_cast<std::uint32_t>(address), 8).appendTo(text);
+    digitsOf(pointer).appendTo(text);
 }
 
 void execute(std::wstring& text, AFormat const& request) {

@@ -45,21 +45,15 @@ AString::AString(int number) : AString(long{number}) {}
 
 AString::AString(unsigned int number) : AString(static_cast<unsigned long>(number)) {}
 
-AString::AString(long number) {
-    format_engine::append(m_text, number);
-}
+AString::AString(long number) : m_text(format_engine::text(number)) {}
 
-AString::AString(unsigned long number) {
-    format_engine::append(m_text, number);
-}
+AString::AString(unsigned long number) : m_text(format_engine::text(number)) {}
 
 AString::AString(long long number) : m_text(std::to_wstring(number)) {}
 
 AString::AString(unsigned long long number) : m_text(std::to_wstring(number)) {}
 
-AString::AString(void* pointer) {
-    format_engine::append(m_text, pointer);
-}
+AString::AString(void* pointer) : m_text(format_engine::text(pointer)) {}
 
 AString::AString(AFormat const& request) {
     execute(request);

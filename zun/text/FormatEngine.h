@@ -8,9 +8,12 @@
 namespace format_engine {
 
 /// Decimal, of the low 32 bits.
+std::wstring text(long number);
+std::wstring text(unsigned long number);
 void append(std::wstring& text, long number);
 void append(std::wstring& text, unsigned long number);
 /// The low 32 bits as eight lower-case hexadecimal digits.
+std::wstring text(void* pointer);
 void append(std::wstring& text, void* pointer);
 
 /// Replaces the text by the formatted value. The request's own text may be a part of `text`.

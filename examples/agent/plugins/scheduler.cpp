@@ -25,7 +25,7 @@ void runTasks(int worker) {
     for (int task = 0; task < tasksOfAWorker; ++task) {
         AString name;
         name << L"Task " << worker << L"." << AFormat(task, L"0", 3);
-        MultiArgs const arguments(name.const_cpp_str());
+        MultiArgs const arguments(name);
         ILogger::GetLogger()->logMessage(Info, Scheduler, invoking, arguments);
         ILogger::GetLogger()->logMessage(Info, Scheduler, finished, arguments);
     }

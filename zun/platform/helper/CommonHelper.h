@@ -31,7 +31,7 @@ ZUN_API bool makeDirectories(std::string const& path);
 
 /// Copies contents and mode; `target`, be it a symbolic link, is replaced whole or left as it was, and only
 /// when `keepExisting` is 0. Returns non-zero on success; 0 with errno set on failure.
-ZUN_API int copyFile(std::string const& source, std::string const& target, int keepExisting);
+[[nodiscard]] ZUN_API int copyFile(std::string const& source, std::string const& target, int keepExisting);
 
 /// A dynamic library's handle, to be given to freeLibrary; null with the system's text in `error` on failure.
 ZUN_API void* loadLibrary(std::string const& path, std::string& error);

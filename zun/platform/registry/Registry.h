@@ -45,7 +45,7 @@ inline constexpr long ERROR_INVALID_PARAMETER = 87;
 ZUN_API bool InitializeRegistry(std::wstring const& path);
 
 /// Opens an existing key; an empty (or null) `subKey` opens `root` again.
-ZUN_API long RegOpenKey(HKEY root, char const* subKey, HKEY* key);
+[[nodiscard]] ZUN_API long RegOpenKey(HKEY root, char const* subKey, HKEY* key);
 
 /// The same, creating the key when it is missing.
 ZUN_API long RegCreateKey(HKEY root, char const* subKey, HKEY* key);
