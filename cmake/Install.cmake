@@ -1,5 +1,10 @@
 include(CMakePackageConfigHelpers)
 
+# The shared and the static library may stand side by side; each brings the targets of its kind.
+set(kind static)
+if(BUILD_SHARED_LIBS)
+    set(kind shared)
+endif()
 install(TARGETS zun EXPORT zunTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
@@ -7,7 +12,7 @@ install(TARGETS zun EXPORT zunTargets
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 set(package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/zun)
-install(EXPORT zunTargets NAMESPACE zun:: DESTINATION ${package_directory})
+install(EXPORT zunTargets NAMESPACE zun:: FILE zun-${kind}-targets.cmake DESTINATION ${package_directory})
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/zunConfig.cmake.in ${PROJECT_BINARY_DIR}/zunConfig.cmake
     INSTALL_DESTINATION ${package_directory}
     NO_SET_AND_CHECK_MACRO)
