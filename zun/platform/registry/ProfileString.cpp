@@ -1,8 +1,9 @@
-#include <zun/platform/helper/CommonHelper.h>
+#include <zun/platform/file/SharedFile.h>
 #include <zun/platform/file/WholeFile.h>
+#include <zun/platform/helper/CommonHelper.h>
+#include <zun/platform/registry/CaseFolding.h>
 #include <zun/platform/registry/ProfileString.h>
 #include <zun/platform/registry/SectionedText.h>
-#include <zun/platform/file/SharedFile.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -16,7 +17,6 @@ using registry::SectionReader;
 using registry::trimBlanks;
 
 namespace {
-
 
 std::optional<std::string> readHeader(std::string_view line) {
     std::string_view const text = trimBlanks(line);

@@ -1,9 +1,10 @@
 #include <zun/platform/file/Place.h>
+#include <zun/platform/file/SharedFile.h>
 #include <zun/platform/helper/CommonHelper.h>
+#include <zun/platform/registry/CaseFolding.h>
 #include <zun/platform/registry/Registry.h>
 #include <zun/platform/registry/RegistryFormat.h>
 #include <zun/platform/registry/RegistryView.h>
-#include <zun/platform/file/SharedFile.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -130,6 +131,8 @@ long openKey(HKEY root, char const* subKey, bool create, HKEY* key) {
         return error;
     if (!name.empty())
         place.key.append(1, separator).append(name);
+    if (!registry::isWithinKeyLevels(place.key))
+        return ERROR_INVALID_PARAMETER;
 
     Registry& registry = theRegistry();
     std::unique_lock guard(registry.mutex);

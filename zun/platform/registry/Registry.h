@@ -7,7 +7,8 @@
 
 // The registry: keys in a tree, each with named values of typed bytes, kept in one text file that a person
 // can read. Key and value names are UTF-8 without control characters and ignore case; a backslash separates
-// the keys of a path; the value without a name is the one whose name is empty (or null).
+// the keys of a path, which is at most 512 keys long; the value without a name is the one whose name is empty
+// (or null).
 //
 // Several threads and processes may share a store: a write is durable before the call returns, a killed
 // writer leaves the store as it was before or after the write, and every call sees what others wrote before
@@ -36,7 +37,7 @@ inline constexpr long ERROR_NOT_READY = 21;
 /// The store could not be written, or not be read; errno tells why.
 inline constexpr long ERROR_WRITE_FAULT = 29;
 inline constexpr long ERROR_READ_FAULT = 30;
-/// A null argument where one is needed, or a name that is none.
+/// A null argument where one is needed, a name that is none, or a path of too many keys.
 inline constexpr long ERROR_INVALID_PARAMETER = 87;
 
 /// Opens the store, from now on the process's one, and creates it with all missing directories if need be.

@@ -1,7 +1,9 @@
 #include <zun/platform/file/Place.h>
 #include <zun/platform/file/WholeFile.h>
+#include <zun/platform/registry/CaseFolding.h>
 #include <zun/platform/registry/RegistryView.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <time.h>
@@ -9,6 +11,8 @@
 namespace orvane_com::zun::registry {
 
 namespace {
+
+constexpr char separator = '\\';
 
 timespec const& contentTime(struct stat const& status) {
 #ifdef __APPLE__
@@ -46,7 +50,19 @@ bool isOlderThanClockTick(struct stat const& status) {
     return Clock::now() - time > longestTick;
 }
 
+/// Takes the first name off a path that has one.
+std::string takeName(std::optional<std::string_view>& path) {
+    std::size_t const end = path->find(separator);
+    std::string name(path->substr(0, end));
+    path = end != std::string_view::npos ? std::optional(path->substr(end + 1)) : std::nullopt;
+    return name;
+}
+
 } // namespace
+
+bool isWithinKeyLevels(std::string_view path) {
+    return static_cast<std::size_t>(std::count(path.begin(), path.end(), separator)) <= mostKeyLevels;
+}
 
 RegistryView::RegistryView(std::string path) : m_path(std::move(path)) {}
 
@@ -82,36 +98,42 @@ bool RegistryView::refresh() {
 }
 
 void RegistryView::parse(std::string_view text) {
-    std::set<std::string> keys;
-    std::map<std::string, std::map<std::string, RegistryValue>> valuesOfKeys;
-    std::map<std::string, RegistryValue>* values = nullptr;
+    Tree<std::size_t> keys;
+    Tree<RegistryValue> values;
+    std::size_t key = 0;
     SectionReader reader(registryFormat, text);
     while (reader.next()) {
         if (reader.kind() == SectionReader::Line::header) {
-            std::string const path = foldCase(*reader.section());
-            for (std::size_t end = path.find('\\'); end != std::string::npos; end = path.find('\\', end + 1))
-                keys.insert(path.substr(0, end));
-            keys.insert(path);
-            values = &valuesOfKeys[path];
-        } else if (reader.kind() == SectionReader::Line::entry && values) {
+            key = 0;
+            if (!isWithinKeyLevels(*reader.section()))
+                continue;
+            std::string const folded = foldCase(*reader.section());
+            for (std::optional<std::string_view> path = folded; path;)
+                key = keys.try_emplace({key, takeName(path)}, keys.size() + 1).first->second;
+        } else if (reader.kind() == SectionReader::Line::entry && key != 0) {
             if (std::optional<RegistryValue> value = parseRegistryValue(reader.value()))
-                values->try_emplace(foldCase(reader.name()), *std::move(value));
+                values.try_emplace({key, foldCase(reader.name())}, *std::move(value));
         }
     }
     m_keys.swap(keys);
-    m_values.swap(valuesOfKeys);
+    m_values.swap(values);
 }
 
-bool RegistryView::hasKey(std::string const& path) const {
-    return m_keys.contains(foldCase(path));
+std::size_t RegistryView::findKey(std::string_view path) const {
+    std::string const folded = foldCase(path);
+    std::size_t key = 0;
+    for (std::optional<std::string_view> rest = folded; rest;) {
+        auto const found = m_keys.find({key, takeName(rest)});
+        if (found == m_keys.end())
+            return 0;
+        key = found->second;
+    }
+    return key;
 }
 
-RegistryValue const* RegistryView::find(std::string const& path, std::string_view name) const {
-    auto const values = m_values.find(foldCase(path));
-    if (values == m_values.end())
-        return nullptr;
-    auto const value = values->second.find(foldCase(name));
-    return value != values->second.end() ? &value->second : nullptr;
+RegistryValue const* RegistryView::find(std::string_view path, std::string_view name) const {
+    auto const value = m_values.find({findKey(path), foldCase(name)});
+    return value != m_values.end() ? &value->second : nullptr;
 }
 
 } // namespace orvane_com::zun::registry

@@ -1,41 +1,13 @@
-#include <zun/platform/helper/CommonHelper.h>
+#include <zun/platform/registry/CaseFolding.h>
 #include <zun/platform/registry/SectionedText.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <locale.h>
-#include <new>
-#include <wctype.h>
-#ifdef __APPLE__
-#include <xlocale.h>
-#endif
 
 namespace orvane_com::zun::registry {
 
 namespace {
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-
-/// A locale that knows every script's letters; null when the system has none.
-locale_t makeLetterLocale() {
-#ifdef __APPLE__
-    locale_t const locale = newlocale(LC_CTYPE_MASK, "UTF-8", nullptr);
-#else
-    locale_t const locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-#endif
-    if (!locale && errno == ENOMEM)
-        throw std::bad_alloc();
-    return locale;
-}
-
-locale_t letterLocale() {
-    static locale_t const locale = makeLetterLocale();
-    return locale;
-}
-
-bool isAscii(char byte) {
-    return static_cast<unsigned char>(byte) < 0x80;
-}
 
 bool isBlankLine(std::string_view line) {
     return trimBlanks(line).empty();
@@ -71,20 +43,6 @@ bool removeLines(SectionFormat const& format, std::string& text, IsRemoved isRem
 }
 
 } // namespace
-
-std::string foldCase(std::string_view name) {
-    std::string folded(name);
-    std::transform(folded.begin(), folded.end(), folded.begin(), [](char byte) {
-        return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
-    });
-    locale_t const locale = letterLocale();
-    if (!locale || std::all_of(folded.begin(), folded.end(), isAscii))
-        return folded;
-    std::wstring wide = helper::toWide(folded);
-    for (wchar_t& character : wide)
-        character = static_cast<wchar_t>(towlower_l(static_cast<wint_t>(character), locale));
-    return helper::toNarrow(wide);
-}
 
 std::string_view trimBlanks(std::string_view text) {
     std::size_t const first = text.find_first_not_of(" \t");

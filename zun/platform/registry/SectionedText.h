@@ -6,12 +6,9 @@
 #include <string_view>
 
 /// Text in sections: header lines, entries below them, and lines that are neither. Lines end with LF, CR LF
-/// or CR; a byte-order mark before the first is skipped. Names ignore case, and sections of one name are one
-/// section. All text is UTF-8; bytes that are not are left as they are.
+/// or CR; a byte-order mark before the first is skipped. Names ignore case (see CaseFolding.h), and sections
+/// of one name are one section. All text is UTF-8; bytes that are not are left as they are.
 namespace orvane_com::zun::registry {
-
-/// The name in lower case, equal for names that differ in case alone, in every locale.
-std::string foldCase(std::string_view name);
 
 std::string_view trimBlanks(std::string_view text);
 
