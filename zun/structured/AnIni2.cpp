@@ -14,7 +14,6 @@
 #include <cwctype>
 #include <exception>
 #include <fcntl.h>
-#include <optional>
 
 using namespace orvane_com::file::ini;
 using namespace orvane_com::zun;
@@ -36,6 +35,14 @@ wchar_t const* findRunEnd(wchar_t const* at, wchar_t const* end) {
     return std::find_if(at, end, [](wchar_t c) {
         // They are all among the first hundred characters, most letters are not.
         return c <= L']' && (c == L'\n' || c == L'\r' || c == L'=' || c == L'[' || c == L']');
+    });
+}
+
+bool isOneLineOfUnicode(std::wstring_view text) {
+    return std::none_of(text.begin(), text.end(), [](wchar_t c) {
+        auto const character = static_cast<char32_t>(c);
+        return c == L'\n' || c == L'\r' || c == L'\0' || character > 0x10FFFF ||
+               (character >= 0xD800 && character <= 0xDFFF);
     });
 }
 
@@ -105,10 +112,16 @@ bool AnIni2::getExisting(AString const& section, AString const& key, AString& va
 }
 
 void AnIni2::set(AString const& section, AString const& key, AString const& value) {
-    if (m_parsed)
-        insert(section.const_cpp_str(), key.const_cpp_str(), value.const_cpp_str());
-    else
+    if (!m_parsed) {
         AnIni::set(section, key, value);
+    } else if (!canBeReadBack(section.const_cpp_str(), key.const_cpp_str(), value.const_cpp_str())) {
+        AString message;
+        message << L"Unable to insert " << section << L", " << key << L", and " << value << L" into the map.";
+        logInternalError(group, message);
+    } else {
+        m_settings->enterSection(section.const_cpp_str());
+        insert(section.const_cpp_str(), key.const_cpp_str(), value.const_cpp_str());
+    }
 }
 
 bool AnIni2::getIniMap(IniMap& out) {
@@ -118,11 +131,10 @@ bool AnIni2::getIniMap(IniMap& out) {
         return false;
     }
     out.clear();
-    auto section = out.end();
-    for (IniSettings::Setting const& setting : m_settings->inOrder()) {
-        if (section == out.end() || section->first != setting.section)
-            section = out.emplace_hint(out.end(), setting.section, Settings());
-        section->second.emplace_hint(section->second.end(), setting.key, setting.value);
+    for (auto const& [name, settings] : m_settings->inOrder()) {
+        Settings& section = out.emplace_hint(out.end(), name, Settings())->second;
+        for (auto const& [key, value] : settings)
+            section.emplace_hint(section.end(), key, value);
     }
     return true;
 }
@@ -131,16 +143,12 @@ void AnIni2::write() {
     if (!m_modified)
         return;
     std::wstring text;
-    std::optional<std::wstring_view> lastSection;
-    for (auto const& [section, key, value] : m_settings->inOrder()) {
-        if (section != lastSection) {
-            text.append(lastSection ? L"\n[" : L"[").append(section).append(L"]\n");
-            lastSection = section;
-        }
-        text.append(key).append(L"=").append(value).append(L"\n");
-    }
-    if (lastSection)
+    for (auto const& [name, settings] : m_settings->inOrder()) {
+        text.append(L"[").append(name).append(L"]\n");
+        for (auto const& [key, value] : settings)
+            text.append(key).append(L"=").append(value).append(L"\n");
         text.append(L"\n");
+    }
     // Held against the other writers of profile strings; it is had only where the file can be written.
     std::string const path{ACharString(fileName())};
     file::FileLock const lock(path);
@@ -236,17 +244,24 @@ bool AnIni2::parse() {
     return false;
 }
 
-/// False, logged, when there is no memory for the setting.
+/// Whether the parser can read a setting of the name and value, from a file that was written with it. It
+/// reads blanks at the ends, the empty key and the empty section as other ones, if at all.
+bool AnIni2::canBeReadBack(std::wstring_view section, std::wstring_view key, std::wstring_view value) {
+    constexpr std::wstring_view special = L"=[]";
+    if (key.empty() && (section.empty() || !value.empty()))
+        return false;
+    if (section.find_first_of(special) != section.npos || key.find_first_of(special) != key.npos)
+        return false;
+    bool const isReadable =
+        isOneLineOfUnicode(section) && isOneLineOfUnicode(key) && isOneLineOfUnicode(value);
+    removeLeadingWhiteSpace(key);
+    return isReadable && !key.starts_with(L';');
+}
+
+/// In the section that was entered. False, logged, when there is no memory for the setting.
 bool AnIni2::insert(std::wstring_view section, std::wstring_view key, std::wstring_view value) {
-    if (key.empty() && (section.empty() || !value.empty())) {
-        AString message;
-        message << L"Unable to insert " << std::wstring(section) << L", " << std::wstring(key) << L", and "
-                << std::wstring(value) << L" into the map.";
-        logInternalError(group, message);
-        return true;
-    }
     try {
-        if (m_settings->insert(section, key, value))
+        if (m_settings->insert(key, value))
             m_modified = true;
         return true;
     } catch (std::exception const& exception) {
@@ -287,6 +302,7 @@ void AnIni2::processRightBracket(State& state, std::wstring_view& section, std::
     } else if (state == InSection) {
         removeLeadingWhiteSpace(section);
         removeTrailingWhiteSpace(section);
+        m_settings->enterSection(section);
         state = LineStart;
     } else if (state == InValue) {
         extend(value, &c, 1);

@@ -64,7 +64,10 @@ public:
     bool tryGet(AString const& section, AString const& key, AString& value) override;
     bool getExisting(AString const& section, AString const& key, AString& value) override;
 
-    /// In memory. An empty key is refused, and logged, unless the value is empty too and the section is not.
+    /// In memory. Refused, and logged, is what the parser would not read back: a line break, a NUL or what is
+    /// no Unicode anywhere; a name with "=", "[" or "]"; a key that starts with ";" or is empty, unless the
+    /// value is empty too and the section is not. (Blanks at the ends will not be read back, and an empty
+    /// section or key fails the file.)
     void set(AString const& section, AString const& key, AString const& value) override;
 
     /// Reads the file again; changes that were not written are lost.
@@ -87,6 +90,7 @@ private:
 
     bool parse();
     bool readText(AString& text) const;
+    static bool canBeReadBack(std::wstring_view section, std::wstring_view key, std::wstring_view value);
     bool insert(std::wstring_view section, std::wstring_view key, std::wstring_view value);
 
     static void removeLeadingWhiteSpace(std::wstring_view& text);

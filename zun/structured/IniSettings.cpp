@@ -1,21 +1,60 @@
 #include <zun/structured/IniSettings.h>
 
+#include <sodium.h>
+
 #include <algorithm>
+#include <array>
 #include <bit>
-#include <functional>
 #include <stdexcept>
 
 namespace {
 
 constexpr std::uint32_t mostCharacters = 0x7FFFFFFF;
 
-std::size_t hashOf(std::wstring_view text) {
-    return std::hash<std::wstring_view>()(text);
+bool isAscii(std::wstring_view text) {
+    return std::all_of(text.begin(), text.end(), [](wchar_t c) { return static_cast<char32_t>(c) < 0x80; });
+}
+
+void narrowAscii(std::wstring_view text, char* bytes) {
+    std::transform(text.begin(), text.end(), bytes, [](wchar_t c) { return static_cast<char>(c); });
+}
+
+class KeyedHash {
+public:
+    KeyedHash() {
+        if (sodium_init() < 0)
+            throw std::runtime_error("no random numbers");
+        crypto_shorthash_keygen(m_key.data());
+    }
+
+    std::uint64_t operator()(std::wstring_view text) const {
+        std::array<char, 64> bytes;
+        if (text.size() > bytes.size() || !isAscii(text))
+            return hash(text.data(), text.size() * sizeof(wchar_t));
+        narrowAscii(text, bytes.data());
+        return hash(bytes.data(), text.size());
+    }
+
+private:
+    std::uint64_t hash(void const* bytes, std::size_t size) const {
+        std::uint64_t result;
+        static_assert(sizeof result == crypto_shorthash_BYTES);
+        crypto_shorthash(reinterpret_cast<unsigned char*>(&result), static_cast<unsigned char const*>(bytes),
+                         size, m_key.data());
+        return result;
+    }
+
+    std::array<unsigned char, crypto_shorthash_KEYBYTES> m_key;
+};
+
+std::uint64_t hashOf(std::wstring_view text) {
+    static KeyedHash const hash;
+    return hash(text);
 }
 
 /// The part of both hashes that an entry keeps.
-std::uint32_t combine(std::size_t sectionHash, std::size_t keyHash) {
-    constexpr std::size_t oddFactor = 31;
+std::uint32_t combine(std::uint64_t sectionHash, std::uint64_t keyHash) {
+    constexpr std::uint64_t oddFactor = 31;
     return static_cast<std::uint32_t>(sectionHash * oddFactor + keyHash);
 }
 
@@ -35,20 +74,17 @@ std::size_t likelySettingsIn(std::wstring_view text) {
 } // namespace
 
 IniSettings::Piece IniSettings::TextPool::add(std::wstring_view text) {
-    bool const isAscii =
-        std::all_of(text.begin(), text.end(), [](wchar_t c) { return static_cast<char32_t>(c) < 0x80; });
-    std::size_t const at = isAscii ? m_ascii.size() : m_others.size();
+    bool const ascii = isAscii(text);
+    std::size_t const at = ascii ? m_ascii.size() : m_others.size();
     if (at + text.size() > mostCharacters)
         throw std::length_error("too many settings");
-    if (isAscii) {
+    if (ascii) {
         m_ascii.resize(at + text.size());
-        std::transform(text.begin(), text.end(), m_ascii.begin() + static_cast<std::ptrdiff_t>(at),
-                       [](wchar_t c) { return static_cast<char>(c); });
+        narrowAscii(text, m_ascii.data() + at);
     } else {
         m_others.append(text);
     }
-    return {static_cast<std::uint32_t>(at), static_cast<std::uint32_t>(text.size()) & mostCharacters,
-            isAscii};
+    return {static_cast<std::uint32_t>(at), static_cast<std::uint32_t>(text.size()) & mostCharacters, ascii};
 }
 
 bool IniSettings::TextPool::isEqual(Piece piece, std::wstring_view text) const {
@@ -67,31 +103,39 @@ void IniSettings::TextPool::copy(Piece piece, std::wstring& text) const {
     std::copy_n(m_ascii.data() + piece.at, piece.length, text.data());
 }
 
-IniSettings::IniSettings(std::wstring_view text) : m_table(tableSizeFor(likelySettingsIn(text))) {}
+IniSettings::IniSettings(std::wstring_view text) : m_table(tableSizeFor(likelySettingsIn(text))) {
+    enterSection({});
+}
 
-std::uint32_t IniSettings::sectionOf(std::wstring_view name) {
-    // Settings of one section mostly come one after the other.
-    if (m_lastSection < m_sections.size() && m_sections[m_lastSection].name == name)
-        return m_lastSection;
+void IniSettings::enterSection(std::wstring_view name) {
+    if (m_entered < m_sections.size() && m_sections[m_entered].name == name)
+        return;
     auto found = m_sectionByName.find(name);
     if (found == m_sectionByName.end()) {
         m_sections.push_back({std::wstring(name), hashOf(name)});
         found = m_sectionByName.emplace(name, static_cast<std::uint32_t>(m_sections.size() - 1)).first;
     }
-    return m_lastSection = found->second;
+    m_entered = found->second;
 }
 
-std::size_t IniSettings::findPlace(std::uint32_t hash, std::wstring_view section,
-                                   std::wstring_view key) const {
+template <typename IsIn>
+std::size_t IniSettings::findPlace(std::uint32_t hash, IsIn isIn, std::wstring_view key) const {
     std::size_t const mask = m_table.size() - 1;
     std::size_t at = hash & mask;
     for (; !m_table[at].isFree(); at = (at + 1) & mask) {
         Entry const& entry = m_table[at];
-        if (entry.hash == hash && m_texts.isEqual(entry.key, key) &&
-            m_sections[entry.section].name == section)
+        if (entry.hash == hash && m_texts.isEqual(entry.key, key) && isIn(entry.section))
             break;
     }
     return at;
+}
+
+std::size_t IniSettings::longestSearch() const {
+    std::size_t longest = 0;
+    for (std::size_t at = 0; at < m_table.size(); ++at)
+        if (!m_table[at].isFree())
+            longest = std::max(longest, (at - m_table[at].hash) & (m_table.size() - 1));
+    return longest;
 }
 
 void IniSettings::grow() {
@@ -110,16 +154,16 @@ void IniSettings::grow() {
     m_table.swap(table);
 }
 
-bool IniSettings::insert(std::wstring_view section, std::wstring_view key, std::wstring_view value) {
+bool IniSettings::insert(std::wstring_view key, std::wstring_view value) {
     grow();
-    std::uint32_t const sectionIndex = sectionOf(section);
-    std::uint32_t const hash = combine(m_sections[sectionIndex].hash, hashOf(key));
-    Entry& entry = m_table[findPlace(hash, section, key)];
+    std::uint32_t const hash = combine(m_sections[m_entered].hash, hashOf(key));
+    auto const isIn = [this](std::uint32_t section) { return section == m_entered; };
+    Entry& entry = m_table[findPlace(hash, isIn, key)];
     if (entry.isFree()) {
         entry.key = m_texts.add(key);
         entry.value = m_texts.add(value);
         entry.hash = hash;
-        entry.section = sectionIndex;
+        entry.section = m_entered;
         ++m_count;
         return true;
     }
@@ -133,7 +177,8 @@ bool IniSettings::insert(std::wstring_view section, std::wstring_view key, std::
 }
 
 bool IniSettings::find(std::wstring_view section, std::wstring_view key, std::wstring& value) const {
-    Entry const& entry = m_table[findPlace(combine(hashOf(section), hashOf(key)), section, key)];
+    auto const isIn = [&](std::uint32_t number) { return m_sections[number].name == section; };
+    Entry const& entry = m_table[findPlace(combine(hashOf(section), hashOf(key)), isIn, key)];
     if (entry.isFree())
         return false;
     copyValue(entry, value);
@@ -147,20 +192,23 @@ void IniSettings::copyValue(Entry const& entry, std::wstring& value) const {
         m_texts.copy(entry.value, value);
 }
 
-std::vector<IniSettings::Setting> IniSettings::inOrder() const {
-    std::vector<Setting> settings;
-    settings.reserve(m_count);
+std::vector<IniSettings::SectionSettings> IniSettings::inOrder() const {
+    std::vector<SectionSettings> sections;
+    std::vector<std::size_t> placeOf(m_sections.size());
+    for (auto const& [name, number] : m_sectionByName) {
+        placeOf[number] = sections.size();
+        sections.push_back({name, {}});
+    }
     for (Entry const& entry : m_table) {
         if (entry.isFree())
             continue;
-        Setting& setting = settings.emplace_back();
-        setting.section = m_sections[entry.section].name;
+        Setting& setting = sections[placeOf[entry.section]].settings.emplace_back();
         m_texts.copy(entry.key, setting.key);
         copyValue(entry, setting.value);
     }
-    std::sort(settings.begin(), settings.end(), [](Setting const& left, Setting const& right) {
-        int const order = left.section.compare(right.section);
-        return order != 0 ? order < 0 : left.key < right.key;
-    });
-    return settings;
+    for (SectionSettings& section : sections)
+        std::sort(section.settings.begin(), section.settings.end(),
+                  [](Setting const& left, Setting const& right) { return left.key < right.key; });
+    std::erase_if(sections, [](SectionSettings const& section) { return section.settings.empty(); });
+    return sections;
 }

@@ -8,8 +8,9 @@
 #include <string_view>
 #include <vector>
 
-/// The settings of an INI file: values by section and key, in a hash table. Names and values in ASCII take a
-/// byte a character, so that a look-up among tens of thousands of settings touches few lines of memory.
+/// The settings of an INI file: values by section and key, in a hash table. Its hash is keyed by chance, so
+/// that nobody can choose names that collide. Names and values in ASCII take a byte a character, so that a
+/// look-up among tens of thousands of settings touches few lines of memory.
 class IniSettings {
 public:
     /// None yet; has room for those that `text` is likely to hold.
@@ -17,21 +18,30 @@ public:
     IniSettings(IniSettings const&) = delete;
     IniSettings& operator=(IniSettings const&) = delete;
 
+    /// Settings are inserted in this section from now on, before the first call in the one without a name.
+    void enterSection(std::wstring_view name);
+
     /// Adds the setting or replaces its value; false when it had that value. Throws std::length_error beyond
     /// two thousand million characters.
-    bool insert(std::wstring_view section, std::wstring_view key, std::wstring_view value);
+    bool insert(std::wstring_view key, std::wstring_view value);
 
     /// False, `value` unchanged, when there is no such setting.
     bool find(std::wstring_view section, std::wstring_view key, std::wstring& value) const;
 
     struct Setting {
-        /// Valid until the settings change.
-        std::wstring_view section;
         std::wstring key;
         std::wstring value;
     };
-    /// All settings, ascending by section, then key.
-    std::vector<Setting> inOrder() const;
+    struct SectionSettings {
+        /// Valid until the settings change.
+        std::wstring_view name;
+        std::vector<Setting> settings;
+    };
+    /// The sections that have settings, and the keys in each, in ascending order.
+    std::vector<SectionSettings> inOrder() const;
+
+    /// How many others the search for a setting passes at most.
+    std::size_t longestSearch() const;
 
 private:
     /// A text in the pool.
@@ -52,7 +62,7 @@ private:
     };
     struct Section {
         std::wstring name;
-        std::size_t hash;
+        std::uint64_t hash;
     };
     struct Entry {
         static constexpr std::uint32_t none = 0xFFFFFFFF;
@@ -67,16 +77,17 @@ private:
         std::unique_ptr<std::wstring> newValue;
     };
 
-    std::uint32_t sectionOf(std::wstring_view name);
-    /// Where the setting is in the table, or the free place that it would get.
-    std::size_t findPlace(std::uint32_t hash, std::wstring_view section, std::wstring_view key) const;
+    /// Where the setting is in the table, or the free place that it would get. `isIn` tells whether a
+    /// section, by its number, is the setting's.
+    template <typename IsIn>
+    std::size_t findPlace(std::uint32_t hash, IsIn isIn, std::wstring_view key) const;
     void copyValue(Entry const& entry, std::wstring& value) const;
     void grow();
 
     TextPool m_texts;
     std::vector<Section> m_sections;
     std::map<std::wstring, std::uint32_t, std::less<>> m_sectionByName;
-    std::uint32_t m_lastSection = 0;
+    std::uint32_t m_entered = 0;
     std::size_t m_count = 0;
     /// A power of two of them, at least a quarter free.
     std::vector<Entry> m_table;
