@@ -2,7 +2,9 @@
 #include <zun/linux/log.h>
 #include <zun/platform/file/FileLock.h>
 #include <zun/platform/file/Place.h>
+#include <zun/platform/file/Refusal.h>
 #include <zun/platform/file/WholeFile.h>
+#include <zun/platform/helper/CommonHelper.h>
 #include <zun/structured/AnIni2.h>
 #include <zun/structured/AnXml.h>
 #include <zun/structured/IniSettings.h>
@@ -14,6 +16,7 @@
 #include <cwctype>
 #include <exception>
 #include <fcntl.h>
+#include <optional>
 
 using namespace orvane_com::file::ini;
 using namespace orvane_com::zun;
@@ -48,6 +51,37 @@ bool isOneLineOfUnicode(std::wstring_view text) {
 
 void extend(std::wstring_view& part, wchar_t const* next, std::size_t count) {
     part = {part.empty() ? next : part.data(), part.size() + count};
+}
+
+/// Whether a file that could not be read was there to be opened, or the process itself is at its end.
+bool isOtherThanTheFiles(int error) {
+    return error == EISDIR || error == EIO || error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
+bool hasNoSpace(int error) {
+    return error == ENOSPC || error == EDQUOT || error == EFBIG || error == EIO;
+}
+
+/// The beginning, the file's name and the reason.
+void logFailure(wchar_t const* begin, AString const& fileName, int error) {
+    AString message;
+    message << begin << fileName << L"\": " << helper::toWide(file::reasonFor(error));
+    logError(group, message);
+}
+
+/// False, with errno set and reasonFor it.
+bool writeLocked(std::string const& path, std::string_view bytes) {
+    // Held against the other writers of profile strings; it is had only where the file can be written.
+    file::FileLock const lock(path);
+    if (!lock.isHeld())
+        return false;
+    if (file::replaceWholeFile(path, bytes))
+        return true;
+    if (file::isRefusal(errno) || (errno != EACCES && errno != EPERM && errno != EROFS && errno != EBUSY))
+        return false;
+    // No file can be made beside it, or it is mounted by itself: it is written in place.
+    std::optional<file::Place> const place = file::Place::find(path);
+    return place && place->open(file::Place::Kind::data, O_WRONLY | O_TRUNC).write(bytes) == bytes.size();
 }
 
 } // namespace
@@ -149,33 +183,25 @@ void AnIni2::write() {
             text.append(key).append(L"=").append(value).append(L"\n");
         text.append(L"\n");
     }
-    // Held against the other writers of profile strings; it is had only where the file can be written.
+    // Converted, which traces, before the file's lock is held.
     std::string const path{ACharString(fileName())};
-    file::FileLock const lock(path);
-    if (lock.isHeld()) {
-        std::setlocale(LC_ALL, "");
-        AnObjectBuffer<unsigned char> bytes;
-        if (AnXml::convertUnicodeToUtf8(text.c_str(), bytes) &&
-            !file::replaceWholeFile(path, bytes.cpp_str().c_str()) &&
-            (errno == EACCES || errno == EPERM || errno == EROFS || errno == EBUSY)) {
-            // No file can be made beside it, or it is mounted by itself: it is written in place.
-            if (std::optional<file::Place> const place = file::Place::find(path))
-                place->open(file::Place::Kind::data, O_WRONLY | O_TRUNC).write(bytes.cpp_str().c_str());
-        }
+    std::setlocale(LC_ALL, "");
+    AnObjectBuffer<unsigned char> bytes;
+    if (AnXml::convertUnicodeToUtf8(text.c_str(), bytes) && !writeLocked(path, bytes.cpp_str().c_str()) &&
+        (file::isRefusal(errno) || hasNoSpace(errno))) {
+        logFailure(L"Couldn't write file \"", fileName(), errno);
+        return;
     }
     m_modified = false;
 }
 
-/// False, logged, when the file can be opened but not be read, and when it is no UTF-8.
+/// False, logged, when the file was refused, could be opened but not be read, or is no UTF-8.
 bool AnIni2::readText(AString& text) const {
-    ACharString const path(fileName());
     std::string bytes;
-    if (!file::readWholeFile(static_cast<char const*>(path), bytes)) {
-        int const error = errno;
-        if (!file::openForReading(static_cast<char const*>(path), file::Place::Kind::any).isOpen())
+    if (!file::readWholeFile(static_cast<char const*>(ACharString(fileName())), bytes)) {
+        if (!file::isRefusal(errno) && !isOtherThanTheFiles(errno))
             return true;
-        errno = error;
-        logErrno(group);
+        logFailure(L"Couldn't read file \"", fileName(), errno);
         return false;
     }
     return bytes.empty() || AnXml::convertUtf8ToUnicode(bytes.c_str(), text);

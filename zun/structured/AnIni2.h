@@ -80,9 +80,10 @@ public:
     bool getIniMap(IniMap& out);
 
     /// Writes the changes, if there are any: sections and keys in ascending order, no comments. A reader of
-    /// the file sees it before the write or after it, unless the process may make no file beside it. A
-    /// failure is not reported, and the changes are no longer taken for any; only a std::bad_alloc leaves
-    /// them for the next write.
+    /// the file sees it before the write or after it, unless the process may make no file beside it. Waits
+    /// for other writers for up to 10 seconds. When the file cannot be opened, the changes are silently no
+    /// longer taken for any. When it is refused, another writer does not end or the disk is full, which is
+    /// logged, they are left for the next write, as after a std::bad_alloc.
     void write();
 
 private:

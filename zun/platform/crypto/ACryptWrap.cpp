@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <string_view>
 #include <sys/stat.h>
@@ -112,14 +113,20 @@ bool createKeyFile(std::string const& path) {
     if (!file.isOpen() || file.write(bytes) != keySize || !file.flush() || !file.close() ||
         (!created.becomeTarget() && errno != EEXIST))
         return failForErrno("cannot create the key file", path);
-    // Only now does the name survive a loss of power, and with it what the key will encipher.
-    return place->flushDirectory() || failForErrno("cannot save the name of the key file", path);
+    // Only now does the name survive a loss of power, and with it what the key will encipher. In a directory
+    // that may not be read that is the system's affair.
+    return place->flushDirectory() || errno == EACCES ||
+           failForErrno("cannot save the name of the key file", path);
 }
 
 Key readKey(FileDescriptor const& file, std::string const& path) {
     std::optional<struct stat> const status = file.status();
     if (!status) {
         failForErrno("cannot examine the key file", path);
+        return nullptr;
+    }
+    if (status->st_uid != geteuid()) {
+        fail("the key file " + path + " belongs to another user");
         return nullptr;
     }
     if ((status->st_mode & (S_IRWXG | S_IRWXO)) != 0) {
@@ -153,11 +160,7 @@ bool isEnciphered(std::string_view text) {
     return damaged <= 1;
 }
 
-} // namespace
-
-bool ACryptWrap::useKeyFile(std::string const& path) {
-    if (!isLibraryReady())
-        return false;
+bool takeKeyFrom(std::string const& path) {
     auto const open = [&path] { return file::openForReading(path, Place::Kind::secret); };
     FileDescriptor file = open();
     if (!file.isOpen() && errno == ENOENT) {
@@ -172,6 +175,16 @@ bool ACryptWrap::useKeyFile(std::string const& path) {
         return false;
     currentKey().set(std::move(key));
     return true;
+}
+
+} // namespace
+
+bool ACryptWrap::useKeyFile(std::string const& path) {
+    try {
+        return isLibraryReady() && takeKeyFrom(path);
+    } catch (std::bad_alloc const&) {
+        return fail("no memory"); // takes none
+    }
 }
 
 bool ACryptWrap::encrypt_data(std::string const& clear, std::string& stored) {

@@ -11,7 +11,8 @@ class ZUN_API ACryptWrap {
 public:
     /// Makes the file's 32 bytes the process's key; a missing file is created with a random key that only its
     /// owner can read, the same for all processes that come at once. False, with the key in use as it was,
-    /// when the file cannot be read or created, has another size, or someone but its owner can read it.
+    /// when the file cannot be read or created, has another size, is another user's, or someone but its owner
+    /// can read it. Throws nothing.
     [[nodiscard]] static bool useKeyFile(std::string const& path);
 
     /// False without a key.

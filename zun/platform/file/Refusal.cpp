@@ -25,9 +25,12 @@ void forgetRefusal() {
     lastRefusal = {};
 }
 
+bool isRefusal(int error) {
+    return lastRefusal.reason && lastRefusal.error == error;
+}
+
 std::string reasonFor(int error) {
-    return lastRefusal.reason && lastRefusal.error == error ? lastRefusal.reason
-                                                            : std::generic_category().message(error);
+    return isRefusal(error) ? lastRefusal.reason : std::generic_category().message(error);
 }
 
 } // namespace orvane_com::zun::file

@@ -11,6 +11,10 @@ void refuse(int error, char const* reason);
 /// Forgets the last refusal of this thread.
 void forgetRefusal();
 
+/// Whether the operation that has just failed with this error number was refused by this room, not by the
+/// system.
+bool isRefusal(int error);
+
 /// Why the operation that has just failed with this error number did: the reason of a refusal by this room,
 /// or the system's text.
 std::string reasonFor(int error);

@@ -3,11 +3,13 @@
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/platform/registry/CaseFolding.h>
 #include <zun/platform/registry/ProfileString.h>
+#include <zun/platform/registry/RefusedFile.h>
 #include <zun/platform/registry/SectionedText.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cwchar>
+#include <functional>
 #include <set>
 #include <unistd.h>
 
@@ -17,6 +19,8 @@ using registry::SectionReader;
 using registry::trimBlanks;
 
 namespace {
+
+constexpr wchar_t const* group = L"ini";
 
 std::optional<std::string> readHeader(std::string_view line) {
     std::string_view const text = trimBlanks(line);
@@ -135,6 +139,13 @@ bool canBeWritten(std::string const& section, std::string const& key, std::strin
            !readHeader(line) && entry && entry->name == key;
 }
 
+bool edit(std::string const& path, std::function<void(std::string&)> const& change) {
+    if (file::editSharedFile(path, change))
+        return true;
+    registry::logRefusal(group, path);
+    return false;
+}
+
 bool exists(std::string const& path) {
     return access(path.c_str(), F_OK) == 0 || errno != ENOENT;
 }
@@ -146,8 +157,9 @@ unsigned long GetPrivateProfileString(wchar_t const* section, wchar_t const* key
     if (!buffer || size == 0)
         return 0;
     std::string text;
-    if (file)
-        file::readWholeFile(helper::toNarrow(file), text);
+    std::string const path = file ? helper::toNarrow(file) : std::string();
+    if (file && !file::readWholeFile(path, text))
+        registry::logRefusal(group, path);
     if (!section)
         return copyList(listSections(text), buffer, size);
     std::optional<std::wstring> found;
@@ -172,7 +184,7 @@ bool WritePrivateProfileString(wchar_t const* section, wchar_t const* key, wchar
     if (!key || !value) {
         if (!exists(path))
             return true;
-        return file::editSharedFile(path, [&](std::string& text) {
+        return edit(path, [&](std::string& text) {
             if (key)
                 registry::removeEntry(profileFormat, text, sectionName, narrowName(key));
             else
@@ -185,7 +197,7 @@ bool WritePrivateProfileString(wchar_t const* section, wchar_t const* key, wchar
         errno = EINVAL;
         return false;
     }
-    return file::editSharedFile(path, [&](std::string& text) {
+    return edit(path, [&](std::string& text) {
         registry::setEntry(profileFormat, text, sectionName, keyName, valueText);
     });
 }

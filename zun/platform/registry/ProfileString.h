@@ -7,8 +7,9 @@
 // The file is UTF-8. "[section]" lines head "key=value" lines; a line that starts with ";" is a comment.
 // Section and key names ignore case; blanks around names and values do not count, nor does one pair of
 // quotes, single or double, around a value. Several threads and processes may read and write one file: a
-// write is durable, loses no other writer's, and readers see the file before it or after it. None of this is
-// logged.
+// write is durable, loses no other writer's, and readers see the file before it or after it. It waits for
+// other writers for up to 10 seconds. Nothing is logged, under "ini", but the reason why a file is refused:
+// it is no regular file or too large, somebody else prepared it, or another writer does not end.
 
 /// Copies the value to `buffer`, `size` characters with the terminating NUL: a longer one is cut. Without the
 /// section, the key or the file, `fallback` is taken for the value (null: an empty text). A null `key` stands
@@ -22,6 +23,6 @@ ZUN_API unsigned long GetPrivateProfileString(wchar_t const* section, wchar_t co
 /// Sets the key's value, adding key, section and file as needed. A null `value` deletes the key, a null `key`
 /// the section; what is not there counts as deleted. All other lines of the file stay as they are. False,
 /// with errno set and the file as it was, on failure: EINVAL for a null section, a name that could not be
-/// read back and a value of several lines.
+/// read back and a value of several lines, ETIMEDOUT when another writer does not end.
 ZUN_API bool WritePrivateProfileString(wchar_t const* section, wchar_t const* key, wchar_t const* value,
                                        wchar_t const* file);

@@ -2,6 +2,7 @@
 #include <zun/platform/file/SharedFile.h>
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/platform/registry/CaseFolding.h>
+#include <zun/platform/registry/RefusedFile.h>
 #include <zun/platform/registry/Registry.h>
 #include <zun/platform/registry/RegistryFormat.h>
 #include <zun/platform/registry/RegistryView.h>
@@ -22,6 +23,7 @@ using registry::RegistryView;
 namespace {
 
 constexpr mode_t newStoreMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
+constexpr wchar_t const* group = L"Registry";
 constexpr char separator = '\\';
 
 /// The keys that are open. A key that is opened several times has one handle and is closed as many times, so
@@ -118,8 +120,21 @@ long placeOf(HKEY key, Place& place) {
 long editStore(std::string const& store, std::function<void(std::string&)> const& edit) {
     if (file::editSharedFile(store, edit, newStoreMode))
         return ERROR_SUCCESS;
+    registry::logRefusal(group, store);
     bool const isForbidden = errno == EACCES || errno == EPERM || errno == EROFS;
     return isForbidden ? ERROR_ACCESS_DENIED : ERROR_WRITE_FAULT;
+}
+
+/// The result of what read the store. Not under the mutex: the log may wait.
+long reportRead(long error) {
+    if (error != ERROR_READ_FAULT)
+        return error;
+    Registry& registry = theRegistry();
+    std::unique_lock guard(registry.mutex);
+    std::string const store = registry.view->path();
+    guard.unlock();
+    registry::logRefusal(group, store);
+    return error;
 }
 
 long openKey(HKEY root, char const* subKey, bool create, HKEY* key) {
@@ -163,41 +178,7 @@ bool createStore(std::string const& path) {
     return file::editSharedFile(path, fill, newStoreMode);
 }
 
-} // namespace
-
-bool InitializeRegistry(std::wstring const& path) {
-    std::string const store = helper::toNarrow(path);
-    if (store.empty()) {
-        errno = EINVAL;
-        return false;
-    }
-    if (access(store.c_str(), F_OK) != 0 && (errno != ENOENT || !createStore(store)))
-        return false;
-    RegistryView view(store);
-    if (!view.refresh())
-        return false;
-    Registry& registry = theRegistry();
-    std::lock_guard const guard(registry.mutex);
-    registry.view = std::move(view);
-    return true;
-}
-
-long RegOpenKey(HKEY root, char const* subKey, HKEY* key) {
-    return openKey(root, subKey, false, key);
-}
-
-long RegCreateKey(HKEY root, char const* subKey, HKEY* key) {
-    return openKey(root, subKey, true, key);
-}
-
-long RegCloseKey(HKEY key) {
-    Registry& registry = theRegistry();
-    std::lock_guard const guard(registry.mutex);
-    return registry.keys.close(key) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
-}
-
-long RegQueryValueEx(HKEY key, char const* name, unsigned long* /*reserved*/, unsigned long* type,
-                     unsigned char* data, unsigned long* size) {
+long queryValue(HKEY key, char const* name, unsigned long* type, unsigned char* data, unsigned long* size) {
     if (data && !size)
         return ERROR_INVALID_PARAMETER;
     Registry& registry = theRegistry();
@@ -225,6 +206,44 @@ long RegQueryValueEx(HKEY key, char const* name, unsigned long* /*reserved*/, un
         *size = bytes.size();
     }
     return ERROR_SUCCESS;
+}
+
+} // namespace
+
+bool InitializeRegistry(std::wstring const& path) {
+    std::string const store = helper::toNarrow(path);
+    if (store.empty()) {
+        errno = EINVAL;
+        return false;
+    }
+    RegistryView view(store);
+    if ((access(store.c_str(), F_OK) != 0 && (errno != ENOENT || !createStore(store))) || !view.refresh()) {
+        registry::logRefusal(group, store);
+        return false;
+    }
+    Registry& registry = theRegistry();
+    std::lock_guard const guard(registry.mutex);
+    registry.view = std::move(view);
+    return true;
+}
+
+long RegOpenKey(HKEY root, char const* subKey, HKEY* key) {
+    return reportRead(openKey(root, subKey, false, key));
+}
+
+long RegCreateKey(HKEY root, char const* subKey, HKEY* key) {
+    return reportRead(openKey(root, subKey, true, key));
+}
+
+long RegCloseKey(HKEY key) {
+    Registry& registry = theRegistry();
+    std::lock_guard const guard(registry.mutex);
+    return registry.keys.close(key) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
+}
+
+long RegQueryValueEx(HKEY key, char const* name, unsigned long* /*reserved*/, unsigned long* type,
+                     unsigned char* data, unsigned long* size) {
+    return reportRead(queryValue(key, name, type, data, size));
 }
 
 long RegSetValueEx(HKEY key, char const* name, unsigned long /*reserved*/, unsigned long type,

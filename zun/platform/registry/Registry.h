@@ -12,8 +12,10 @@
 //
 // Several threads and processes may share a store: a write is durable before the call returns, a killed
 // writer leaves the store as it was before or after the write, and every call sees what others wrote before
-// it. None of this is logged. Every function but InitializeRegistry returns ERROR_SUCCESS or one of the
-// errors below. A std::bad_alloc leaves the store as it was.
+// it. A write waits for others for up to 10 seconds. Nothing is logged, under "Registry", but the reason why
+// the store is refused: it is no regular file or too large, somebody else prepared it, or another writer does
+// not end. Every function but InitializeRegistry returns ERROR_SUCCESS or one of the errors below. A
+// std::bad_alloc leaves the store as it was.
 
 /// A key: HKEY_LOCAL_MACHINE, or one that was opened and belongs to the caller until RegCloseKey.
 using HKEY = struct RegistryKey*;
