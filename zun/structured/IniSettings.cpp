@@ -11,12 +11,14 @@ namespace {
 
 constexpr std::uint32_t mostCharacters = 0x7FFFFFFF;
 
-bool isAscii(std::wstring_view text) {
-    return std::all_of(text.begin(), text.end(), [](wchar_t c) { return static_cast<char32_t>(c) < 0x80; });
-}
-
-void narrowAscii(std::wstring_view text, char* bytes) {
-    std::transform(text.begin(), text.end(), bytes, [](wchar_t c) { return static_cast<char>(c); });
+/// A byte a character; false when one is beyond ASCII.
+bool narrowAscii(std::wstring_view text, char* bytes) {
+    char32_t all = 0;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        all |= static_cast<char32_t>(text[at]);
+        bytes[at] = static_cast<char>(text[at]);
+    }
+    return all < 0x80;
 }
 
 class KeyedHash {
@@ -29,10 +31,9 @@ public:
 
     std::uint64_t operator()(std::wstring_view text) const {
         std::array<char, 64> bytes;
-        if (text.size() > bytes.size() || !isAscii(text))
-            return hash(text.data(), text.size() * sizeof(wchar_t));
-        narrowAscii(text, bytes.data());
-        return hash(bytes.data(), text.size());
+        return text.size() <= bytes.size() && narrowAscii(text, bytes.data())
+                   ? hash(bytes.data(), text.size())
+                   : hash(text.data(), text.size() * sizeof(wchar_t));
     }
 
 private:
@@ -74,17 +75,18 @@ std::size_t likelySettingsIn(std::wstring_view text) {
 } // namespace
 
 IniSettings::Piece IniSettings::TextPool::add(std::wstring_view text) {
-    bool const ascii = isAscii(text);
-    std::size_t const at = ascii ? m_ascii.size() : m_others.size();
-    if (at + text.size() > mostCharacters)
+    if (std::max(m_ascii.size(), m_others.size()) + text.size() > mostCharacters)
         throw std::length_error("too many settings");
-    if (ascii) {
-        m_ascii.resize(at + text.size());
-        narrowAscii(text, m_ascii.data() + at);
-    } else {
+    std::size_t at = m_ascii.size();
+    m_ascii.resize(at + text.size());
+    bool const isAscii = narrowAscii(text, m_ascii.data() + at);
+    if (!isAscii) {
+        m_ascii.resize(at);
+        at = m_others.size();
         m_others.append(text);
     }
-    return {static_cast<std::uint32_t>(at), static_cast<std::uint32_t>(text.size()) & mostCharacters, ascii};
+    return {static_cast<std::uint32_t>(at), static_cast<std::uint32_t>(text.size()) & mostCharacters,
+            isAscii};
 }
 
 bool IniSettings::TextPool::isEqual(Piece piece, std::wstring_view text) const {
@@ -108,12 +110,16 @@ IniSettings::IniSettings(std::wstring_view text) : m_table(tableSizeFor(likelySe
 }
 
 void IniSettings::enterSection(std::wstring_view name) {
-    if (m_entered < m_sections.size() && m_sections[m_entered].name == name)
+    if (m_entered < m_sections.size() && m_sectionNames.isEqual(m_sections[m_entered].name, name))
         return;
-    auto found = m_sectionByName.find(name);
-    if (found == m_sectionByName.end()) {
-        m_sections.push_back({std::wstring(name), hashOf(name)});
-        found = m_sectionByName.emplace(name, static_cast<std::uint32_t>(m_sections.size() - 1)).first;
+    std::uint64_t const hash = hashOf(name);
+    auto const [first, last] = m_sectionByHash.equal_range(hash);
+    auto found = std::find_if(first, last, [&](auto const& known) {
+        return m_sectionNames.isEqual(m_sections[known.second].name, name);
+    });
+    if (found == last) {
+        m_sections.push_back({m_sectionNames.add(name), hash});
+        found = m_sectionByHash.emplace(hash, static_cast<std::uint32_t>(m_sections.size() - 1));
     }
     m_entered = found->second;
 }
@@ -177,7 +183,9 @@ bool IniSettings::insert(std::wstring_view key, std::wstring_view value) {
 }
 
 bool IniSettings::find(std::wstring_view section, std::wstring_view key, std::wstring& value) const {
-    auto const isIn = [&](std::uint32_t number) { return m_sections[number].name == section; };
+    auto const isIn = [&](std::uint32_t number) {
+        return m_sectionNames.isEqual(m_sections[number].name, section);
+    };
     Entry const& entry = m_table[findPlace(combine(hashOf(section), hashOf(key)), isIn, key)];
     if (entry.isFree())
         return false;
@@ -193,16 +201,13 @@ void IniSettings::copyValue(Entry const& entry, std::wstring& value) const {
 }
 
 std::vector<IniSettings::SectionSettings> IniSettings::inOrder() const {
-    std::vector<SectionSettings> sections;
-    std::vector<std::size_t> placeOf(m_sections.size());
-    for (auto const& [name, number] : m_sectionByName) {
-        placeOf[number] = sections.size();
-        sections.push_back({name, {}});
-    }
+    std::vector<SectionSettings> sections(m_sections.size());
+    for (std::size_t number = 0; number < sections.size(); ++number)
+        m_sectionNames.copy(m_sections[number].name, sections[number].name);
     for (Entry const& entry : m_table) {
         if (entry.isFree())
             continue;
-        Setting& setting = sections[placeOf[entry.section]].settings.emplace_back();
+        Setting& setting = sections[entry.section].settings.emplace_back();
         m_texts.copy(entry.key, setting.key);
         copyValue(entry, setting.value);
     }
@@ -210,5 +215,8 @@ std::vector<IniSettings::SectionSettings> IniSettings::inOrder() const {
         std::sort(section.settings.begin(), section.settings.end(),
                   [](Setting const& left, Setting const& right) { return left.key < right.key; });
     std::erase_if(sections, [](SectionSettings const& section) { return section.settings.empty(); });
+    std::sort(
+        sections.begin(), sections.end(),
+        [](SectionSettings const& left, SectionSettings const& right) { return left.name < right.name; });
     return sections;
 }

@@ -2,10 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 /// The settings of an INI file: values by section and key, in a hash table. Its hash is keyed by chance, so
@@ -33,8 +33,7 @@ public:
         std::wstring value;
     };
     struct SectionSettings {
-        /// Valid until the settings change.
-        std::wstring_view name;
+        std::wstring name;
         std::vector<Setting> settings;
     };
     /// The sections that have settings, and the keys in each, in ascending order.
@@ -61,7 +60,7 @@ private:
         std::wstring m_others;
     };
     struct Section {
-        std::wstring name;
+        Piece name;
         std::uint64_t hash;
     };
     struct Entry {
@@ -85,8 +84,9 @@ private:
     void grow();
 
     TextPool m_texts;
+    TextPool m_sectionNames;
     std::vector<Section> m_sections;
-    std::map<std::wstring, std::uint32_t, std::less<>> m_sectionByName;
+    std::unordered_multimap<std::uint64_t, std::uint32_t> m_sectionByHash;
     std::uint32_t m_entered = 0;
     std::size_t m_count = 0;
     /// A power of two of them, at least a quarter free.
