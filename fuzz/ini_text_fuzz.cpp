@@ -1,5 +1,5 @@
+#include <fuzz/LiteralIni.h>
 #include <fuzz/ScratchFile.h>
-#include <tests/support/LiteralIni.h>
 #include <zun/structured/AnIni2.h>
 #include <zun/structured/AnXml.h>
 

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 #include <tests/allocation/FailingAllocations.h>
+#include <tests/support/Allocations.h>
 #include <unistd.h>
 
 namespace {
@@ -77,6 +78,24 @@ TEST_F(ServicesAllocation, TheRegistryIsChangedOrNot) {
         EXPECT_TRUE(InitializeRegistry(store));
     };
     failEach(run, check, prepare);
+}
+
+TEST_F(ServicesAllocation, TheRegistryGrowsWithItsText) {
+    std::string const root = "[HKEY_LOCAL_MACHINE";
+    std::string deep = root;
+    for (int level = 0; level < 512; ++level)
+        deep += "\\" + std::string(400, 'a');
+    write("registry", root + std::string(40'000, '\\') + "]\n" + deep + "]\n\"v\" = \"1\"\n");
+    std::size_t const before = allocatedBytes();
+    EXPECT_TRUE(InitializeRegistry(path("registry")));
+    EXPECT_LT(allocatedBytes() - before, 20 * contents("registry").size());
+    unsigned long size = 0;
+    HKEY key = nullptr;
+    std::string const keyPath = deep.substr(root.size() + 1);
+    EXPECT_EQ(RegOpenKey(HKEY_LOCAL_MACHINE, keyPath.c_str(), &key), ERROR_SUCCESS);
+    EXPECT_EQ(RegQueryValueEx(key, "V", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
+    EXPECT_EQ(RegCreateKey(key, "b", &key), ERROR_INVALID_PARAMETER) << "one level too many";
+    RegCloseKey(key);
 }
 
 TEST_F(ServicesAllocation, AKeyIsCreatedAndUsed) {

@@ -22,6 +22,7 @@
 namespace {
 
 thread_local constinit long count = 0;
+thread_local constinit std::size_t bytes = 0;
 
 /// Until the next failure; 0 when none is to come.
 thread_local constinit long remaining = 0;
@@ -40,6 +41,7 @@ bool isRefused() {
 
 void* allocate(std::size_t size) noexcept {
     ++count;
+    bytes += size;
 #ifndef ZUN_REPLACES_MALLOC // which refuses by itself
     if (isRefused())
         return nullptr;
@@ -49,6 +51,7 @@ void* allocate(std::size_t size) noexcept {
 
 void* allocateAligned(std::size_t size, std::size_t alignment) noexcept {
     ++count;
+    bytes += size;
     void* room = nullptr;
     return isRefused() || posix_memalign(&room, alignment, size) != 0 ? nullptr : room;
 }
@@ -63,6 +66,10 @@ void* orThrow(void* room) {
 
 long allocationCount() {
     return count;
+}
+
+std::size_t allocatedBytes() {
+    return bytes;
 }
 
 AllocationFailure::AllocationFailure(long number, Extent extent) {

@@ -1,7 +1,12 @@
 #pragma once
 
+#include <cstddef>
+
 /// How often the calling thread has called operator new in this program.
 long allocationCount();
+
+/// How many bytes it has asked for that way.
+std::size_t allocatedBytes();
 
 /// While it lives, allocations of the calling thread fail: those of operator new in all its forms and, with
 /// glibc and without a sanitizer, those of malloc, calloc and realloc. One a thread at a time.

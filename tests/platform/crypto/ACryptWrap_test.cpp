@@ -3,12 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <filesystem>
 #include <initializer_list>
 #include <string>
 #include <sys/stat.h>
 #include <tests/support/ChildProcess.h>
+#include <tests/support/Stranger.h>
 #include <tests/support/TemporaryDirectory.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 using namespace std::string_literals;
@@ -124,11 +127,41 @@ TEST_F(ACryptWrapTest, TakesOnlyASafeKeyFile) {
     ASSERT_EQ(unlink(m_keyFile.c_str()), 0);
     ASSERT_EQ(mkfifo(m_keyFile.c_str(), S_IRUSR | S_IWUSR), 0);
     expectKeyIsRefused("regular");
+    m_keyFile = m_directory.file("loop");
+    std::filesystem::create_symlink(m_keyFile, m_keyFile);
+    expectKeyIsRefused("cannot open");
+    m_keyFile = m_directory.file(std::string(300, 'n'));
+    expectKeyIsRefused("File name too long");
     m_keyFile = m_directory.file("no/such/directory");
     expectKeyIsRefused("cannot create");
+    m_keyFile = "";
+    expectKeyIsRefused("cannot create");
+    std::string const gone = m_directory.file("gone");
+    EXPECT_TRUE(ChildProcess([&gone] {
+                    return mkdir(gone.c_str(), 0700) == 0 && chdir(gone.c_str()) == 0 &&
+                           rmdir(gone.c_str()) == 0 && !ACryptWrap::useKeyFile("key");
+                }).join());
 
     std::string clear;
     EXPECT_TRUE(ACryptWrap::decrypt_data(stored, clear)) << "the key in use stays";
+}
+
+using ACryptWrapAmongUsersTest = StrangerTest;
+
+TEST_F(ACryptWrapAmongUsersTest, AKeyBelongsToTheProcessesUser) {
+    TemporaryDirectory const parent;
+    std::string const own = makeDirectory(parent, "own", 0755);
+    std::string const strangers = makeStrangersDirectory(parent, "strangers");
+    for (std::string const& directory : {own, strangers}) {
+        std::string const planted = directory + "/key";
+        writeFile(planted, std::string(32, 'k'));
+        ASSERT_EQ(chmod(planted.c_str(), 0600) + chown(planted.c_str(), strangerId, strangerId), 0);
+        EXPECT_FALSE(ACryptWrap::useKeyFile(planted));
+        EXPECT_TRUE(ACryptWrap::lastError().ends_with("belongs to another user")) << ACryptWrap::lastError();
+    }
+    // One that may be searched and written, not listed.
+    ASSERT_EQ(chmod(strangers.c_str(), 0300), 0);
+    EXPECT_TRUE(asStranger([&] { return ACryptWrap::useKeyFile(strangers + "/new"); }));
 }
 
 TEST_F(ACryptWrapTest, ProcessesThatComeAtOnceAgreeOnOneKey) {

@@ -81,6 +81,11 @@ TEST_F(ProfileStringTest, ListsNames) {
     EXPECT_EQ(get(nullptr, nullptr, 6), L"ab\0c\0"s);
     EXPECT_EQ(get(nullptr, nullptr, 5), L"ab\0"s) << "cut, with both ends kept";
     EXPECT_EQ(get(nullptr, nullptr, 1), L"");
+
+    put("[s]\n\xE4=1\n\xF6=2\n");
+    EXPECT_EQ(get(L"s", nullptr), L"\uFFFD\0\uFFFD\0"s) << "names in Latin-1 are not one";
+    EXPECT_TRUE(set(L"s", L"\uFFFD", nullptr) && set(L"s", L"\u00E4", nullptr));
+    EXPECT_EQ(text(), "[s]\n\xE4=1\n\xF6=2\n");
 }
 
 TEST_F(ProfileStringTest, ChangesOnlyWhatItIsAskedTo) {

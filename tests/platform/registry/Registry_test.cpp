@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <filesystem>
 #include <string>
 #include <sys/stat.h>
 #include <tests/support/TemporaryDirectory.h>
@@ -181,6 +183,15 @@ TEST_F(RegistryTest, SeesEveryChangeOfTheFile) {
         writeFile(m_store, "[HKEY_LOCAL_MACHINE\\A]\n\"v\" = \"" + digits + "\"\n");
         ASSERT_EQ(get(key, "v"), digits);
     }
+    // Another file of the same size and time, once the time of the first tells changes apart.
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    ASSERT_EQ(get(key, "v"), "149");
+    std::string const other = m_directory.file("copy");
+    writeFile(other, "[HKEY_LOCAL_MACHINE\\A]\n\"v\" = \"abc\"\n");
+    std::filesystem::last_write_time(other, std::filesystem::last_write_time(m_store));
+    std::filesystem::rename(other, m_store);
+    EXPECT_EQ(get(key, "v"), "abc");
+
     ASSERT_EQ(unlink(m_store.c_str()), 0);
     EXPECT_EQ(get(key, "v"), error(ERROR_FILE_NOT_FOUND));
     EXPECT_EQ(set(key, "v", "anew"), ERROR_SUCCESS);

@@ -2,13 +2,17 @@
 #include <zun/platform/registry/ProfileString.h>
 #include <zun/platform/registry/Registry.h>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <algorithm>
 #include <ostream>
 #include <set>
+#include <sys/stat.h>
 #include <tests/support/ChildProcess.h>
 #include <tests/support/KilledWriter.h>
+#include <tests/support/LogCapture.h>
 #include <tests/support/TemporaryDirectory.h>
+#include <unistd.h>
 #include <vector>
 
 using orvane_com::zun::helper::toWide;
@@ -108,6 +112,30 @@ TEST_P(SharedStoreTest, AKilledWriterLeavesTheOldFileOrTheNewOne) {
                               [&] { return wholeFiles.contains(readFile(m_file)); });
     EXPECT_TRUE(set("v", "free")) << "no lock is left behind";
     EXPECT_EQ(get("v") + get("other"), "freekept");
+}
+
+TEST_P(SharedStoreTest, NamesIgnoreCaseByOneRule) {
+    char const* const alike[][2] = {{"\u03A3\u03A3", "\u03C3\u03C2"},
+                                    {"\u00C4\u0416", "\u00E4\u0436"},
+                                    {"\u212A", "k"},
+                                    {"\u1E9E", "\u00DF"},
+                                    {"\U00010400", "\U00010428"}};
+    char const* const unlike[][2] = {
+        {"\u0130", "i"}, {"\u0131", "I"}, {"\u00DF", "ss"}, {"\u00D7", "\u00F7"}};
+    for (auto const& [one, other] : alike)
+        EXPECT_TRUE(set(one, "v") && get(other) == "v") << one;
+    for (auto const& [one, other] : unlike)
+        EXPECT_TRUE(set(one, "w") && get(other) != "w") << one;
+}
+
+TEST_P(SharedStoreTest, ARefusedFileIsToldWithItsReason) {
+    LogCapture log;
+    unlink(m_file.c_str());
+    ASSERT_EQ(mkfifo(m_file.c_str(), 0600), 0);
+    EXPECT_EQ(get("v"), "");
+    EXPECT_FALSE(set("v", "w"));
+    auto const reason = testing::HasSubstr(m_file + "\" is refused: it is no regular file");
+    EXPECT_GE(std::ranges::count_if(log.takeLines(), testing::Matches(reason)), 2);
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, SharedStoreTest,

@@ -5,7 +5,7 @@
 #include <sstream>
 #include <string>
 
-/// The INI grammar a character at a time: the reference that the fast parser is compared with.
+/// The INI grammar a character at a time: the reference that the parser, which takes runs of characters, is compared with.
 namespace literal {
 
 class Ini {
