@@ -5,7 +5,8 @@
 #include <sstream>
 #include <string>
 
-/// The INI grammar a character at a time: the reference that the parser, which takes runs of characters, is compared with.
+/// The INI grammar a character at a time: the reference that the parser, which takes runs of characters, is
+/// compared with.
 namespace literal {
 
 class Ini {

@@ -1,3 +1,5 @@
+#include <tests/allocation/FailingAllocations.h>
+#include <tests/support/Allocations.h>
 #include <zun/configuration/IConfiguration.h>
 #include <zun/platform/crypto/ACryptWrap.h>
 #include <zun/platform/registry/Registry.h>
@@ -5,8 +7,6 @@
 
 #include <filesystem>
 #include <memory>
-#include <tests/allocation/FailingAllocations.h>
-#include <tests/support/Allocations.h>
 #include <unistd.h>
 
 namespace {

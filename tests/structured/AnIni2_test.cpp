@@ -1,3 +1,8 @@
+#include <tests/support/KilledWriter.h>
+#include <tests/support/LogCapture.h>
+#include <tests/support/Stranger.h>
+#include <tests/support/TemporaryDirectory.h>
+#include <tests/support/Utf8Locale.h>
 #include <zun/structured/AnIni2.h>
 
 #include <gmock/gmock.h>
@@ -5,11 +10,6 @@
 #include <filesystem>
 #include <memory>
 #include <sys/stat.h>
-#include <tests/support/KilledWriter.h>
-#include <tests/support/LogCapture.h>
-#include <tests/support/Stranger.h>
-#include <tests/support/TemporaryDirectory.h>
-#include <tests/support/Utf8Locale.h>
 
 using testing::Contains;
 using testing::ElementsAre;

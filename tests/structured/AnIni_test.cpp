@@ -1,9 +1,8 @@
+#include <tests/support/LogCapture.h>
+#include <tests/support/TemporaryDirectory.h>
 #include <zun/structured/AnIni.h>
 
 #include <gmock/gmock.h>
-
-#include <tests/support/LogCapture.h>
-#include <tests/support/TemporaryDirectory.h>
 
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -1,10 +1,11 @@
+#include <tests/support/Allocations.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <glob.h>
 #include <new>
-#include <tests/support/Allocations.h>
 #include <utility>
 
 #ifdef __has_feature

@@ -1,3 +1,6 @@
+#include <tests/support/ChildProcess.h>
+#include <tests/support/Stranger.h>
+#include <tests/support/TemporaryDirectory.h>
 #include <zun/platform/crypto/ACryptWrap.h>
 
 #include <gtest/gtest.h>
@@ -7,9 +10,6 @@
 #include <initializer_list>
 #include <string>
 #include <sys/stat.h>
-#include <tests/support/ChildProcess.h>
-#include <tests/support/Stranger.h>
-#include <tests/support/TemporaryDirectory.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>

@@ -1,3 +1,4 @@
+#include <tests/support/TemporaryDirectory.h>
 #include <zun/platform/registry/Registry.h>
 
 #include <gtest/gtest.h>
@@ -6,7 +7,6 @@
 #include <filesystem>
 #include <string>
 #include <sys/stat.h>
-#include <tests/support/TemporaryDirectory.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>

@@ -1,3 +1,7 @@
+#include <tests/support/ChildProcess.h>
+#include <tests/support/KilledWriter.h>
+#include <tests/support/LogCapture.h>
+#include <tests/support/TemporaryDirectory.h>
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/platform/registry/ProfileString.h>
 #include <zun/platform/registry/Registry.h>
@@ -8,10 +12,6 @@
 #include <ostream>
 #include <set>
 #include <sys/stat.h>
-#include <tests/support/ChildProcess.h>
-#include <tests/support/KilledWriter.h>
-#include <tests/support/LogCapture.h>
-#include <tests/support/TemporaryDirectory.h>
 #include <unistd.h>
 #include <vector>
 
