@@ -33,17 +33,20 @@ extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t siz
     roundtrip::require(AdvXMLParser::ConvertBufferToUtf8(text, converted, AdvXMLParser::Utf8));
     roundtrip::require(encoding == again && utf8 == converted);
 
+    // In any encoding but UTF-8 Expat takes these two for letters that names may have, against the
+    // recommendation and its own tables for UTF-8. The library's verdict is that for UTF-8.
+    bool const hasDisputedLetter =
+        encoding != AdvXMLParser::Utf8 && text.find_first_of(L"\xAA\xBA") != text.npos;
     bool const isKnownToExpat = encoding != AdvXMLParser::Utf32LittleEndian &&
-                                encoding != AdvXMLParser::Utf32BigEndian &&
+                                encoding != AdvXMLParser::Utf32BigEndian && !hasDisputedLetter &&
                                 !bytes.starts_with("\xEF\xBB\xBF");
     try {
         auto const document = roundtrip::parse(text);
         roundtrip::require(!isKnownToExpat || expatVerdict(bytes) == XML_ERROR_NONE);
         roundtrip::check(*document);
     } catch (AdvXMLParser::ParsingException const& error) {
-        bool const isLimit = error.GetErrorMessage() == L"elements nested too deeply" ||
-                             error.GetErrorMessage() == L"too many entities that refer to other entities";
-        roundtrip::require(!isKnownToExpat || isLimit || expatVerdict(bytes) != XML_ERROR_NONE);
+        roundtrip::require(!isKnownToExpat || isRefusedWellFormed(error.GetErrorMessage()) ||
+                           expatVerdict(bytes) != XML_ERROR_NONE);
     }
     return 0;
 }

@@ -43,6 +43,33 @@ TEST_F(ServicesAllocation, ADocumentIsParsedOrNot) {
     });
 }
 
+TEST_F(ServicesAllocation, ADocumentDoesNotGrowByEdits) {
+    std::wstring const text = L"<a b='c'>d<e/></a>";
+    long const without = allocationsAlive();
+    {
+        std::unique_ptr<AdvXMLParser::Document> const document(
+            AdvXMLParser::Parser().Parse(text.c_str(), text.size()));
+        AdvXMLParser::Element& root = document->GetRoot();
+        std::wstring const longText(1000, L'x');
+        long before = 0;
+        for (int round = 0; round < 30; ++round) {
+            AdvXMLParser::Element& added = root.AddElementInto(L"added");
+            for (int i = 0; i < 20 + round; ++i) {
+                added.AddText(longText);
+                added.CreateAttribute(L"f").AddText(longText);
+                root.GetAttribute(L"b")->AddText(longText);
+            }
+            added.Delete();
+            root.GetAttribute(L"b")->SetValue({});
+            if (round == 0)
+                before = allocationsAlive();
+            EXPECT_EQ(allocationsAlive(), before);
+        }
+        root.AddElementInto(L"left");
+    }
+    EXPECT_EQ(allocationsAlive(), without);
+}
+
 TEST_F(ServicesAllocation, TheRegistryIsChangedOrNot) {
     std::wstring const store = path("registry");
     std::string const key = "A\\\xC3\x89 and more";

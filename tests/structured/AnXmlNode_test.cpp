@@ -119,6 +119,17 @@ TEST_F(AnXmlNodeTest, CopiesAndCompares) {
                 ElementsAre("[XmlNode] [E] Error trace:", "[XmlNode] [E]   missing <a x=\"1\"></a>"));
 }
 
+TEST_F(AnXmlNodeTest, CopiesALeafIntoItselfAndBelowWithItsText) {
+    use(L"<a><b>t</b></a>");
+    AnXmlNode leaf;
+    ASSERT_TRUE(m_root.tryGetChild(&leaf, L"b"));
+    EXPECT_TRUE(leaf.copyAsChild(&leaf));
+    EXPECT_EQ(text(), L"<a><b>t<b>t</b></b></a>");
+    ASSERT_TRUE(leaf.getChildMove(true, L"b"));
+    EXPECT_TRUE(leaf.copyAsChild(&m_root));
+    EXPECT_EQ(text(), L"<a><b>t<b>t<a><b><b>t</b></b></a></b></b></a>");
+}
+
 TEST_F(AnXmlNodeTest, IndexesWalkChildrenAndAttributes) {
     use(L"<a><b n='1' m='2'/>text<c/><b n='3'/></a>");
     AnXmlChildIndex all(&m_root);
@@ -144,13 +155,21 @@ TEST_F(AnXmlNodeTest, IndexesWalkChildrenAndAttributes) {
     EXPECT_FALSE(index.remove());
     EXPECT_FALSE(index.moveNext());
     EXPECT_EQ(text(), L"<a>text<c/></a>");
+    // After set there is no current node, even when children are added behind it.
+    EXPECT_TRUE(all.set(&m_root));
+    EXPECT_TRUE(all.moveNext());
+    EXPECT_TRUE(index.set(&all));
+    EXPECT_TRUE(all.addChild(nullptr, L"d"));
+    EXPECT_FALSE(index.remove());
+    EXPECT_EQ(text(), L"<a>text<c><d/></c></a>");
     AnXmlNode const none;
     EXPECT_FALSE(index.set(&none));
     EXPECT_FALSE(values.set(&none));
     EXPECT_THAT(m_log.takeLinesAboveDebug(),
                 ElementsAre("[XmlIndx] [E] internal error: remove without moveNext",
                             "[XmlIndx] [E] internal error: remove without moveNext",
-                            "[XmlNode] [E] internal error: Used uninitialized node",
+                            "[XmlIndx] [E] internal error: remove without moveNext",
+                            "[XmlIndx] [E] internal error: remove without moveNext",
                             "[XmlIndx] [E] internal error: Used uninitialized node",
                             "[XmlValx] [E] internal error: Used uninitialized node"));
 }

@@ -24,6 +24,7 @@ namespace {
 
 thread_local constinit long count = 0;
 thread_local constinit std::size_t bytes = 0;
+thread_local constinit long alive = 0;
 
 /// Until the next failure; 0 when none is to come.
 thread_local constinit long remaining = 0;
@@ -47,20 +48,30 @@ void* allocate(std::size_t size) noexcept {
     if (isRefused())
         return nullptr;
 #endif
-    return std::malloc(std::max<std::size_t>(size, 1));
+    void* const room = std::malloc(std::max<std::size_t>(size, 1));
+    alive += room != nullptr ? 1 : 0;
+    return room;
 }
 
 void* allocateAligned(std::size_t size, std::size_t alignment) noexcept {
     ++count;
     bytes += size;
     void* room = nullptr;
-    return isRefused() || posix_memalign(&room, alignment, size) != 0 ? nullptr : room;
+    if (isRefused() || posix_memalign(&room, alignment, size) != 0)
+        return nullptr;
+    ++alive;
+    return room;
 }
 
 void* orThrow(void* room) {
     if (!room)
         throw std::bad_alloc();
     return room;
+}
+
+void release(void* room) noexcept {
+    alive -= room != nullptr ? 1 : 0;
+    std::free(room);
 }
 
 } // namespace
@@ -71,6 +82,10 @@ long allocationCount() {
 
 std::size_t allocatedBytes() {
     return bytes;
+}
+
+long allocationsAlive() {
+    return alive;
 }
 
 AllocationFailure::AllocationFailure(long number, Extent extent) {
@@ -138,32 +153,32 @@ void* operator new[](std::size_t size, std::align_val_t alignment) {
 }
 
 void operator delete(void* room) noexcept {
-    std::free(room);
+    release(room);
 }
 void operator delete[](void* room) noexcept {
-    std::free(room);
+    release(room);
 }
 void operator delete(void* room, std::size_t) noexcept {
-    std::free(room);
+    release(room);
 }
 void operator delete[](void* room, std::size_t) noexcept {
-    std::free(room);
+    release(room);
 }
 void operator delete(void* room, std::nothrow_t const&) noexcept {
-    std::free(room);
+    release(room);
 }
 void operator delete[](void* room, std::nothrow_t const&) noexcept {
-    std::free(room);
+    release(room);
 }
 void operator delete(void* room, std::align_val_t) noexcept {
-    std::free(room);
+    release(room);
 }
 void operator delete[](void* room, std::align_val_t) noexcept {
-    std::free(room);
+    release(room);
 }
 void operator delete(void* room, std::size_t, std::align_val_t) noexcept {
-    std::free(room);
+    release(room);
 }
 void operator delete[](void* room, std::size_t, std::align_val_t) noexcept {
-    std::free(room);
+    release(room);
 }

@@ -8,6 +8,9 @@ long allocationCount();
 /// How many bytes it has asked for that way.
 std::size_t allocatedBytes();
 
+/// How many pieces of operator new the calling thread has taken more than it has given back.
+long allocationsAlive();
+
 /// While it lives, allocations of the calling thread fail: those of operator new in all its forms and, with
 /// glibc and without a sanitizer, those of malloc, calloc and realloc. One a thread at a time.
 class AllocationFailure {

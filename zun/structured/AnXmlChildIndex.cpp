@@ -14,6 +14,7 @@ AnXmlChildIndex::AnXmlChildIndex(AnXmlNode const* parent, wchar_t const* childNa
 bool AnXmlChildIndex::set(AnXmlNode const* parent, wchar_t const* childName) {
     AdvXMLParser::Element* const element = parent != nullptr ? parent->m_element : nullptr;
     close();
+    m_element = nullptr;
     if (element == nullptr) {
         logInternalError(group, L"Used uninitialized node");
         return false;
@@ -42,7 +43,7 @@ bool AnXmlChildIndex::moveNext(wchar_t const* valueName, AString* value) {
 }
 
 bool AnXmlChildIndex::remove() {
-    if (!m_next || *m_next == m_parent->Begin()) {
+    if (!m_next || m_element == nullptr || *m_next == m_parent->Begin()) {
         logInternalError(group, L"remove without moveNext");
         return false;
     }

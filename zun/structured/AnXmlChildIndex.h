@@ -17,8 +17,8 @@ public:
     AnXmlChildIndex(AnXmlChildIndex const&) = delete;
     AnXmlChildIndex& operator=(AnXmlChildIndex const&) = delete;
 
-    /// Starts before the first child; without a name, or with an empty one, all children are walked. False,
-    /// and closed, when `parent` is uninitialized.
+    /// Starts before the first child, with no current one; without a name, or with an empty one, all children
+    /// are walked. False, and closed, when `parent` is uninitialized.
     bool set(AnXmlNode const* parent, wchar_t const* childName = nullptr);
 
     /// Goes to the next child and reads a value of it, when name and output are given, as tryGetValue. False

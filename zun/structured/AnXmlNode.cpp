@@ -4,6 +4,7 @@
 #include <zun/structured/AnXmlNode.h>
 #include <zun/text/ACharString.h>
 
+#include <map>
 #include <stdexcept>
 #include <string_view>
 #include <vector>
@@ -37,10 +38,18 @@ bool matches(Element const& child, wchar_t const* childName, wchar_t const* attr
     return attribute != nullptr && (attributeValue == nullptr || attribute->GetValue() == attributeValue);
 }
 
-void copyValues(Element const& source, Element& target) {
-    for (auto attribute = source.AttributesBegin(); attribute != source.AttributesEnd(); ++attribute)
-        target.CreateAttribute(attribute->GetName()).AddText(attribute->GetValue());
-    target.SetValue(textOf(source));
+void copyValues(Element const& source, std::wstring_view text, Element& target) {
+    std::map<std::wstring_view, Attribute*> existing;
+    for (auto attribute = target.AttributesBegin(); attribute != target.AttributesEnd(); ++attribute)
+        existing.emplace(attribute->GetName(), &*attribute);
+    for (auto attribute = source.AttributesBegin(); attribute != source.AttributesEnd(); ++attribute) {
+        auto const found = existing.find(attribute->GetName());
+        if (found != existing.end())
+            found->second->SetValue(attribute->GetValue());
+        else
+            target.AppendAttribute(attribute->GetName()).AddText(attribute->GetValue());
+    }
+    target.SetValue(text);
 }
 
 bool containsValues(Element const& element, Element const& other) {
@@ -236,7 +245,7 @@ bool AnXmlNode::setValue(wchar_t const* name, wchar_t const* value) {
     } else if (Attribute* const attribute = m_element->GetAttribute(name)) {
         attribute->SetValue(viewOf(value));
     } else {
-        Attribute& added = m_element->CreateAttribute(name);
+        Attribute& added = m_element->AppendAttribute(name);
         Addition addition(&added);
         added.AddText(viewOf(value));
         addition.keep();
@@ -284,7 +293,7 @@ bool AnXmlNode::copyValues(AnXmlNode const* source) {
     if (!positionValid() || !source->positionValid())
         return false;
     if (source->m_element != m_element)
-        ::copyValues(*source->m_element, *m_element);
+        ::copyValues(*source->m_element, textOf(*source->m_element), *m_element);
     return true;
 }
 
@@ -301,6 +310,8 @@ bool AnXmlNode::copyAsChild(AnXmlNode const* source) {
     for (std::size_t i = 0; i < copies.size(); ++i)
         for (auto child = copies[i].from->Begin(); child != copies[i].from->End(); ++child)
             copies.push_back({&*child, i, nullptr});
+    // With a child of its own this one has no text any more, and it may be among the copied.
+    std::wstring const text = textOf(*m_element);
     copies.front().to = addElement(*m_element, source->m_element->GetName());
     Addition addition(copies.front().to);
     for (Copy& copy : copies) {
@@ -308,7 +319,7 @@ bool AnXmlNode::copyAsChild(AnXmlNode const* source) {
             copy.to = addElement(*copies[copy.parent].to, copy.from->GetName());
         if (copy.to == nullptr)
             return false;
-        ::copyValues(*copy.from, *copy.to);
+        ::copyValues(*copy.from, copy.from == m_element ? text : textOf(*copy.from), *copy.to);
     }
     addition.keep();
     return true;

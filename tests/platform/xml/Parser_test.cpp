@@ -72,23 +72,68 @@ TEST(Parser, RefusesWhatIsTooDeepBeforeReadingOn) {
     EXPECT_EQ(errorOf(repeated(L"<a>", 100000)), L"1:3001 elements nested too deeply");
 }
 
-TEST(Parser, BoundsTheExpansionOfEntities) {
-    std::wstring laughs = L"<!DOCTYPE a [<!ENTITY e0 'ha'>";
-    std::wstring chain = laughs;
+TEST(Parser, BoundsWhatADocumentTypeMakesOfAShortText) {
+    std::wstring const start = L"<!DOCTYPE a [<!ENTITY e0 'ha'>";
+    std::wstring laughs = start;
+    std::wstring chain = start;
+    std::wstring attributes = start;
     for (int i = 1; i <= 20000; ++i) {
-        std::wstring const reference = L"&e" + std::to_wstring(i - 1) + L";";
-        std::wstring const declaration = L"<!ENTITY e" + std::to_wstring(i) + L" '";
+        std::wstring const number = std::to_wstring(i);
+        std::wstring const former = std::to_wstring(i - 1);
+        std::wstring const declaration = L"<!ENTITY e" + number + L" '";
         if (i <= 20)
-            laughs += declaration + repeated(reference, 10) + L"'>";
-        chain += declaration + reference + L"'>";
+            laughs += declaration + repeated(L"&e" + former + L";", 10) + L"'>";
+        chain += declaration + L"&e" + former + L";'>";
+        attributes += L"<!ATTLIST a b" + number + L" NMTOKEN 'c'>";
+        if (i == 1000)
+            attributes += L"]><a>" + repeated(L"<a/>", 5000) + L"</a>";
     }
-    std::wstring const quadratic = L"<!DOCTYPE a [<!ENTITY e '" + std::wstring(100000, L'x') + L"'>]><a>" +
-                                   repeated(L"&e;", 50000) + L"</a>";
-    EXPECT_NE(errorOf(laughs + L"]><a>&e20;</a>").find(L"limit on input amplification"), std::wstring::npos);
-    EXPECT_NE(errorOf(laughs + L"]><a b='&e20;'/>").find(L"limit on input amplification"),
-              std::wstring::npos);
-    EXPECT_NE(errorOf(quadratic).find(L"limit on input amplification"), std::wstring::npos);
-    EXPECT_NE(errorOf(chain + L"]><a>&e20000;</a>").find(L"refer to other entities"), std::wstring::npos);
+    std::wstring const late = attributes.substr(attributes.find(L"</a>") + 4);
+    attributes.resize(attributes.size() - late.size());
+    std::wstring implied = attributes;
+    for (std::size_t at = 0; (at = implied.find(L"'c'", at)) != implied.npos;)
+        implied.replace(at, 3, L"#IMPLIED");
+    EXPECT_EQ(errorOf(implied), L"");
+    implied.insert(implied.size() - 4, repeated(L"<a/>", 60000));
+    auto const reasonFor = [](std::wstring const& text) {
+        std::wstring const error = errorOf(text);
+        return error.substr(std::min(error.find(L' '), error.size()));
+    };
+    std::wstring const large = L" document too large for the length of its text";
+    EXPECT_EQ(reasonFor(laughs + L"]><a>&e20;</a>"), large);
+    EXPECT_EQ(reasonFor(laughs + L"]><a b='&e20;'/>"),
+              L" limit on input amplification factor (from DTD and entities) breached");
+    EXPECT_EQ(reasonFor(L"<!DOCTYPE a [<!ENTITY e '" + std::wstring(100000, L'x') + L"'>]><a>" +
+                        repeated(L"&e;", 50000) + L"</a>"),
+              large);
+    EXPECT_EQ(reasonFor(L"<!DOCTYPE a [<!ENTITY e '" + repeated(L"<b/>", 1000) + L"'>]><a>" +
+                        repeated(L"&e;", 5000) + L"</a>"),
+              large);
+    EXPECT_EQ(reasonFor(attributes), large);
+    EXPECT_EQ(reasonFor(implied), L" too many attributes declared for the elements");
+    EXPECT_EQ(reasonFor(start + late + L"]><a/>"), L" too many attribute declarations");
+    EXPECT_EQ(reasonFor(chain + L"]><a>&e20000;</a>"), L" too many entities that refer to other entities");
+}
+
+TEST(Parser, LosesNoReferenceInAnAttribute) {
+    std::wstring const start = L"<!DOCTYPE a SYSTEM 'x' [<!ENTITY good '&#38;lt;'><!ENTITY bad '&none;'>"
+                               L"<!ENTITY inner '<!--&none;--><b c=\"&good;\">&none;</b>'>"
+                               L"<!ENTITY outer '<b/>&none;&deep;'><!ENTITY deep '<b c=\"&bad;\"/>'>";
+    for (wchar_t const* const rest : {
+             L"]><a b='&good;&amp;&#65;'>&none;&bad;&inner;</a>",
+             L"<!ATTLIST a b CDATA '&good;'>]><a/>",
+         })
+        EXPECT_EQ(errorOf(start + rest), L"") << rest;
+    for (wchar_t const* const rest : {
+             L"]><a b='&none;'/>",
+             L"]><a b='&good;&bad;'/>",
+             L"]><a>&inner;&outer;</a>",
+             L"<!ATTLIST a b CDATA '&none;'>]><a/>",
+             L"%p;<!ENTITY e ''>]><a b='&e;'/>",
+         }) {
+        std::wstring const error = errorOf(start + rest);
+        EXPECT_EQ(error.substr(std::min(error.find(L' '), error.size())), L" undefined entity") << rest;
+    }
 }
 
 TEST(Parser, LoadsNothingFromOutside) {

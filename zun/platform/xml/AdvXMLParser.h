@@ -43,6 +43,9 @@ enum Result : std::int32_t {
 /// The elements that may stand inside one another, the root being the first.
 inline constexpr std::size_t maximumDepth = 1000;
 
+/// The attributes that a document type may declare.
+inline constexpr std::size_t maximumAttributeDeclarations = 10000;
+
 /// The text is no well-formed document, or a document beyond this service's limits.
 class ZUN_API ParsingException : public std::exception {
 public:
@@ -92,7 +95,7 @@ class Tree;
 struct Slice {
     wchar_t* data = nullptr;
     std::uint32_t size = 0;
-    /// What the slice owns; none where it shares another's characters.
+    /// Of memory that the slice alone has; none where the document keeps the characters to its end.
     std::uint32_t capacity = 0;
 
     std::wstring_view view() const { return {data, size}; }
@@ -123,6 +126,8 @@ private:
     Element* m_parent = nullptr;
     Kind m_kind;
     bool m_nameIsValid = true;
+    /// Whether it was allocated by itself.
+    bool m_isSeparate = false;
     std::uint16_t m_depth = 0;
 };
 
@@ -224,6 +229,9 @@ public:
     /// A new attribute after the others, empty. One of that name that exists is emptied instead.
     Attribute& CreateAttribute(std::wstring_view name);
 
+    /// The same without a search. REQUIRES: no attribute of that name exists.
+    Attribute& AppendAttribute(std::wstring_view name);
+
     /// A new child element after all that the element holds. Throws std::length_error when it would stand
     /// deeper than maximumDepth.
     Element& AddElementInto(std::wstring_view name);
@@ -303,8 +311,8 @@ public:
     ///
     /// Not `formatted`, the text keeps its blanks and line ends. `formatted`, an element that holds elements
     /// and, besides them, blanks only, has each of its children on a line of its own, two spaces deeper than
-    /// itself, unless an xml:space attribute preserves its blanks. What this text is parsed to is formatted
-    /// to the same text again.
+    /// itself down to a level of 64, unless an xml:space attribute preserves its blanks. What this text is
+    /// parsed to is formatted to the same text again.
     ///
     /// Throws ReadWriteException when a name or a character of the tree cannot stand in an XML document.
     std::wstring GenerateXML(bool formatted) const;
@@ -325,7 +333,9 @@ public:
     ///
     /// Throws ParsingException when the text is not well-formed (as Expat sees it;
     /// https://www.w3.org/TR/xml/, fourth edition), has an element that is no Unicode scalar value, is empty,
-    /// exceeds 2 GiB in UTF-8, nests deeper than maximumDepth or expands entities beyond Expat's limits.
+    /// refers in an attribute to an entity that is not declared, or is beyond a limit: 2 GiB in UTF-8,
+    /// maximumDepth, Expat's own for the expansion of entities, maximumAttributeDeclarations, and a document
+    /// that would take more than 16 MiB and 100 bytes for each byte of the text.
     Document* Parse(wchar_t const* text, std::size_t length);
 };
 

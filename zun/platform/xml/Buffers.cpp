@@ -1,6 +1,6 @@
-#include <zun/platform/helper/CommonHelper.h>
 #include <zun/platform/file/Refusal.h>
 #include <zun/platform/file/WholeFile.h>
+#include <zun/platform/helper/CommonHelper.h>
 #include <zun/platform/xml/AdvXMLParser.h>
 #include <zun/platform/xml/EncodingDetection.h>
 #include <zun/platform/xml/Unicode.h>

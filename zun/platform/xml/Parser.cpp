@@ -1,17 +1,20 @@
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/platform/xml/AdvXMLParser.h>
 #include <zun/platform/xml/Block.h>
+#include <zun/platform/xml/DeclaredEntities.h>
+#include <zun/platform/xml/Expat.h>
 #include <zun/platform/xml/Tree.h>
 #include <zun/platform/xml/Unicode.h>
-
-#include <expat.h>
 
 #include <algorithm>
 #include <array>
 #include <climits>
 #include <cstring>
 #include <exception>
+#include <map>
 #include <new>
+#include <optional>
+#include <stdexcept>
 
 namespace AdvXMLParser {
 
@@ -23,16 +26,10 @@ namespace {
 /// The entities that may refer to others: Expat expands an entity within another by recursion.
 constexpr std::size_t maximumNestedEntities = 500;
 
-struct ParserFree {
-    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
-};
-using ExpatParser = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserFree>;
-
-ExpatParser makeExpatParser() {
-    ExpatParser parser(XML_ParserCreate("UTF-8"));
-    if (!parser)
-        throw std::bad_alloc();
-    return parser;
+/// What the making of a document of that many bytes may cost: the memory of its tree, in bytes, and the
+/// declared attributes that Expat compares with those in tags.
+constexpr std::size_t allowance(std::size_t textBytes) {
+    return 16 * 1024 * 1024 + 100 * textBytes;
 }
 
 /// A wide text in UTF-8. What is no character in it is none in UTF-8 either: it is Expat's to find.
@@ -76,10 +73,7 @@ public:
         Entry& entry = m_entries[place(utf8)];
         if (entry.utf8 != utf8) {
             Slice wide;
-            m_arena.reserve(wide, utf8.size());
-            wide.size = static_cast<std::uint32_t>(decodeValidUtf8(utf8, wide.data) - wide.data);
-            // The document owns it, not the first node of that name.
-            wide.capacity = 0;
+            m_arena.finish(wide, decodeValidUtf8(utf8, m_arena.extend(wide, utf8.size())));
             entry.utf8 = utf8;
             entry.wide = wide;
         }
@@ -113,7 +107,7 @@ class TreeBuilder {
 public:
     TreeBuilder(Tree& tree, std::string_view utf8)
         : m_tree(tree), m_utf8(utf8), m_hasCarriageReturns(utf8.find('\r') != utf8.npos),
-          m_expat(makeExpatParser()), m_names(tree.arena()), m_current(&tree.top()) {
+          m_expat(makeExpatParser("UTF-8")), m_names(tree.arena()), m_current(&tree.top()) {
         XML_Parser const expat = m_expat.get();
         XML_SetUserData(expat, this);
         XML_SetXmlDeclHandler(expat, [](void* self, char const* version, char const* encoding,
@@ -151,13 +145,18 @@ public:
         });
         XML_SetEndDoctypeDeclHandler(
             expat, [](void* self) { handle(self, [](TreeBuilder& builder) { builder.endDoctype(); }); });
-        XML_SetEntityDeclHandler(expat, [](void* self, char const*, int, char const* value, int length,
-                                           char const*, char const*, char const*, char const*) {
-            if (value != nullptr)
+        XML_SetEntityDeclHandler(expat, [](void* self, char const* name, int isParameter, char const* value,
+                                           int length, char const*, char const*, char const*, char const*) {
+            // Expat expands no parameter entity.
+            if (isParameter == 0)
                 handle(self, [&](TreeBuilder& builder) {
-                    builder.entity({value, static_cast<std::size_t>(length)});
+                    builder.entity(name, {value, static_cast<std::size_t>(value != nullptr ? length : 0)});
                 });
         });
+        XML_SetAttlistDeclHandler(
+            expat, [](void* self, char const* element, char const*, char const*, char const*, int) {
+                handle(self, [&](TreeBuilder& builder) { builder.declareAttribute(element); });
+            });
     }
 
     void run() {
@@ -180,7 +179,11 @@ private:
         if (builder.m_failure)
             return;
         try {
-            action(builder);
+            try {
+                action(builder);
+            } catch (std::length_error const& error) {
+                builder.fail(orvane_com::zun::helper::toWide(error.what()));
+            }
         } catch (...) {
             builder.m_failure = std::current_exception();
             XML_StopParser(builder.m_expat.get(), XML_FALSE);
@@ -190,6 +193,11 @@ private:
     [[noreturn]] void fail(std::wstring message) const {
         throw ParsingException(XML_GetCurrentLineNumber(m_expat.get()),
                                XML_GetCurrentColumnNumber(m_expat.get()) + 1, std::move(message));
+    }
+
+    void require(bool holds, wchar_t const* message) const {
+        if (!holds)
+            fail(message);
     }
 
     /// Where what is reported stands in the text. What comes from within an entity stands where the reference
@@ -205,19 +213,14 @@ private:
                std::find(predefined.begin(), predefined.end(), source) == predefined.end();
     }
 
+    /// The slice is empty, or was the last that was appended to.
     void append(Slice& slice, std::string_view utf8) {
-        m_tree.arena().reserve(slice, slice.size + utf8.size());
-        wchar_t* const end = decodeValidUtf8(utf8, slice.data + slice.size);
-        slice.size = static_cast<std::uint32_t>(end - slice.data);
-    }
-
-    void appendAll(Slice& slice, std::string_view utf8) {
-        append(slice, utf8);
-        m_tree.arena().shrink(slice);
+        Arena& arena = m_tree.arena();
+        arena.finish(slice, decodeValidUtf8(utf8, arena.extend(slice, utf8.size())));
     }
 
     void appendMarkup(std::string_view utf8) {
-        appendAll(m_tree.appendCharacters(*m_current, Tree::Kind::Markup).source, utf8);
+        append(m_tree.appendCharacters(*m_current, Tree::Kind::Markup).source, utf8);
     }
 
     void declaration(char const* version, char const* encoding, int standalone) {
@@ -231,13 +234,41 @@ private:
 
     void startElement(char const* name, char const* const* attributes) {
         closeText();
-        if (Tree::depth(*m_current) >= maximumDepth)
-            fail(L"elements nested too deeply");
+        require(Tree::depth(*m_current) < maximumDepth, L"elements nested too deeply");
         m_current = &m_tree.appendElement(*m_current, m_names.find(name));
-        for (; *attributes != nullptr; attributes += 2) {
-            Attribute& attribute = m_tree.appendAttribute(*m_current, m_names.find(attributes[0]));
-            appendAll(Tree::value(attribute), attributes[1]);
+        auto const specified = static_cast<std::size_t>(XML_GetSpecifiedAttributeCount(m_expat.get()));
+        if (m_documentType)
+            checkTag(name, specified / 2);
+        for (char const* const* const end = attributes + specified; attributes != end; attributes += 2)
+            append(Tree::value(m_tree.appendAttribute(*m_current, m_names.find(attributes[0]))),
+                   attributes[1]);
+        for (; *attributes != nullptr; attributes += 2)
+            appendDefault(attributes[0], attributes[1]);
+    }
+
+    /// What Expat does not check where there is a document type.
+    void checkTag(char const* name, std::size_t specifiedAttributes) {
+        DocumentType& type = *m_documentType;
+        std::string_view const tag = source();
+        require(tag.starts_with('<') ? type.entities.coverTag(tag)
+                                     : type.entities.coverTagsIn(tag.substr(1, tag.size() - 2)),
+                undefinedEntity);
+        auto const declared = type.attributesOf.find(std::string_view(name));
+        if (declared == type.attributesOf.end())
+            return;
+        type.comparisons += declared->second * (1 + specifiedAttributes);
+        require(type.comparisons <= allowance(m_utf8.size()),
+                L"too many attributes declared for the elements");
+    }
+
+    /// Expat keeps a default value in one place, whatever element has it: it is decoded once.
+    void appendDefault(char const* name, char const* value) {
+        Default& same = m_documentType->defaults[value];
+        if (same.name.size == 0) {
+            append(same.value, value);
+            same.name = m_names.find(name);
         }
+        Tree::value(m_tree.appendAttribute(*m_current, same.name)) = same.value;
     }
 
     void endElement() {
@@ -273,9 +304,8 @@ private:
     void closeText() {
         if (m_text == nullptr)
             return;
-        m_tree.arena().shrink(m_text->value);
         if (m_hasCarriageReturns && m_hadCarriageReturn && !m_isFromEntity)
-            appendAll(m_text->source, m_utf8.substr(m_sourceBegin, m_sourceEnd - m_sourceBegin));
+            append(m_text->source, m_utf8.substr(m_sourceBegin, m_sourceEnd - m_sourceBegin));
         m_text = nullptr;
     }
 
@@ -300,10 +330,33 @@ private:
         closeText();
         if (utf8 == "<!DOCTYPE") {
             m_isInDoctype = true;
+            m_documentType.emplace();
             m_sourceBegin = begin();
         } else {
             appendMarkup(utf8);
         }
+    }
+
+    void entity(char const* name, std::string_view value) {
+        DocumentType& type = *m_documentType;
+        std::size_t i = value.find('&');
+        while (i != value.npos && value.substr(i + 1).starts_with('#'))
+            i = value.find('&', i + 1);
+        if (i != value.npos)
+            require(++type.nestedEntities <= maximumNestedEntities,
+                    L"too many entities that refer to other entities");
+        type.entities.add(name, value);
+    }
+
+    void declareAttribute(char const* element) {
+        DocumentType& type = *m_documentType;
+        require(++type.attributeDeclarations <= maximumAttributeDeclarations,
+                L"too many attribute declarations");
+        ++type.attributesOf[element];
+        // Of a default value Expat tells only where it begins.
+        std::string_view const from = m_utf8.substr(begin());
+        if (from.starts_with('"') || from.starts_with('\''))
+            require(type.entities.coverTag(from.substr(0, from.find(from.front(), 1))), undefinedEntity);
     }
 
     void endDoctype() {
@@ -311,15 +364,22 @@ private:
         appendMarkup(m_utf8.substr(m_sourceBegin, begin() + source().size() - m_sourceBegin));
     }
 
-    void entity(std::string_view value) {
-        for (std::size_t i = value.find('&'); i != value.npos; i = value.find('&', i + 1)) {
-            if (i + 1 < value.size() && value[i + 1] != '#') {
-                if (++m_nestedEntities > maximumNestedEntities)
-                    fail(L"too many entities that refer to other entities");
-                return;
-            }
-        }
-    }
+    struct Default {
+        Slice name;
+        Slice value;
+    };
+    struct DocumentType {
+        DeclaredEntities entities;
+        std::size_t nestedEntities = 0;
+        std::size_t attributeDeclarations = 0;
+        /// How many are declared for an element.
+        std::map<std::string, std::size_t, std::less<>> attributesOf;
+        std::size_t comparisons = 0;
+        /// By Expat's value.
+        std::map<char const*, Default> defaults;
+    };
+
+    static constexpr wchar_t const* undefinedEntity = L"undefined entity";
 
     Tree& m_tree;
     std::string_view m_utf8;
@@ -330,7 +390,7 @@ private:
 
     Element* m_current;
     bool m_isInDoctype = false;
-    std::size_t m_nestedEntities = 0;
+    std::optional<DocumentType> m_documentType;
 
     /// The text that is being reported, piece by piece, and where it stands.
     Characters* m_text = nullptr;
@@ -344,8 +404,9 @@ Document* Parser::Parse(wchar_t const* text, std::size_t length) {
     Utf8Text const utf8({text, length});
     if (utf8.view().size() > INT_MAX)
         throw ParsingException(1, 1, L"text exceeds 2 GiB");
-    auto tree = std::make_unique<Tree>();
+    auto tree = std::make_unique<Tree>(allowance(utf8.view().size()));
     TreeBuilder(*tree, utf8.view()).run();
+    tree->complete(length);
     return new Document(std::move(tree));
 }
 
@@ -366,7 +427,7 @@ bool isName(std::wstring_view name) {
     if (!appendUtf8(document, name))
         return false;
     document += "/>";
-    ExpatParser const expat = makeExpatParser();
+    ExpatParser const expat = makeExpatParser("UTF-8");
     if (XML_Parse(expat.get(), document.data(), static_cast<int>(document.size()), XML_TRUE) == XML_STATUS_OK)
         return true;
     if (XML_GetErrorCode(expat.get()) == XML_ERROR_NO_MEMORY)

@@ -9,48 +9,44 @@
 
 namespace AdvXMLParser {
 
-namespace {
-
-void put(Slice& slice, std::size_t position, std::wstring_view text) {
-    if (!text.empty())
-        std::memcpy(slice.data + position, text.data(), text.size() * sizeof(wchar_t));
-    slice.size = static_cast<std::uint32_t>(position + text.size());
-}
-
-} // namespace
-
 template <typename Item, typename... Arguments>
 Item& Tree::make(Arguments&&... arguments) {
-    static_assert(std::is_trivially_destructible_v<Item> && alignof(Item) <= alignof(void*) &&
-                  sizeof(Item) <= Arena::largestNode);
-    return *new (m_arena.allocateNode(sizeof(Item))) Item(std::forward<Arguments>(arguments)...);
+    static_assert(std::is_trivially_destructible_v<Item> && alignof(Item) <= alignof(void*));
+    void* const memory = m_isComplete ? m_arena.allocate(sizeof(Item)) : m_arena.take(sizeof(Item));
+    Item& item = *new (memory) Item(std::forward<Arguments>(arguments)...);
+    item.m_isSeparate = m_isComplete;
+    return item;
 }
 
-void Tree::assign(Slice& slice, std::wstring_view text) {
-    // The text may be the slice's own, or another's in the same document: it stays readable until it is
-    // copied.
-    if (text.size() <= slice.capacity) {
-        if (!text.empty())
-            std::memmove(slice.data, text.data(), text.size() * sizeof(wchar_t));
-        slice.size = static_cast<std::uint32_t>(text.size());
-        return;
-    }
-    Slice assigned;
-    m_arena.reserve(assigned, text.size());
-    put(assigned, 0, text);
-    m_arena.release(slice);
-    slice = assigned;
+void Tree::release(Node& node) {
+    if (node.m_isSeparate)
+        Arena::release(&node);
 }
 
-void Tree::append(Slice& slice, std::wstring_view text) {
-    Slice copy;
-    if (slice.size + text.size() > slice.capacity) {
-        assign(copy, text);
-        m_arena.reserve(slice, slice.size + text.size());
-        text = copy.view();
+void Tree::release(Slice& slice) {
+    if (slice.capacity > 0)
+        Arena::release(slice.data);
+    slice = {};
+}
+
+void Tree::replaceFrom(Slice& slice, std::size_t kept, std::wstring_view text) {
+    std::size_t const size = kept + text.size();
+    if (size > Arena::longestText)
+        throw std::length_error("text too long for a document");
+    if (size > slice.capacity) {
+        std::size_t const capacity =
+            std::max(size, std::min(slice.capacity + std::size_t{slice.capacity} / 2, Arena::longestText));
+        Slice longer;
+        longer.data = static_cast<wchar_t*>(m_arena.allocate(capacity * sizeof(wchar_t)));
+        longer.capacity = static_cast<std::uint32_t>(capacity);
+        std::copy_n(slice.data, kept, longer.data);
+        std::copy_n(text.data(), text.size(), longer.data + kept);
+        release(slice);
+        slice = longer;
+    } else if (!text.empty()) {
+        std::memmove(slice.data + kept, text.data(), text.size() * sizeof(wchar_t));
     }
-    put(slice, slice.size, text);
-    m_arena.release(copy);
+    slice.size = static_cast<std::uint32_t>(size);
 }
 
 void Tree::appendChild(Element& parent, Node& child) {
@@ -131,7 +127,7 @@ void Tree::addText(NodeContainer& container, std::wstring_view text) {
     bool const continues = last != nullptr && last->m_kind == Kind::Text;
     auto& characters = continues ? static_cast<Characters&>(*last) : appendCharacters(element, Kind::Text);
     append(characters.value, text);
-    m_arena.release(characters.source);
+    release(characters.source);
 }
 
 void Tree::replaceText(Element& element, std::wstring_view text) {
@@ -189,15 +185,15 @@ void Tree::clear(Element& element) {
 void Tree::removeEmpty(Element& element) {
     removeAttributes(element);
     unlinkChild(element);
-    m_arena.release(element.m_name);
-    m_arena.releaseNode(&element, sizeof element);
+    release(element.m_name);
+    release(element);
 }
 
 void Tree::removeCharacters(Characters& characters) {
     unlinkChild(characters);
-    m_arena.release(characters.value);
-    m_arena.release(characters.source);
-    m_arena.releaseNode(&characters, sizeof characters);
+    release(characters.value);
+    release(characters.source);
+    release(characters);
 }
 
 void Tree::removeAttributes(Element& element) {
@@ -217,9 +213,9 @@ void Tree::removeAttribute(Attribute& attribute) {
         next->m_previous = previous;
     else
         parent.m_lastAttribute = previous;
-    m_arena.release(attribute.m_name);
-    m_arena.release(attribute.m_value);
-    m_arena.releaseNode(&attribute, sizeof attribute);
+    release(attribute.m_name);
+    release(attribute.m_value);
+    release(attribute);
 }
 
 constinit Element const Element::s_missing{nullptr};
@@ -269,9 +265,13 @@ Attribute const* Element::GetAttribute(std::wstring_view name) const {
 Attribute& Element::CreateAttribute(std::wstring_view name) {
     Attribute* const existing = GetAttribute(name);
     if (existing == nullptr)
-        return m_tree->appendAttribute(*this, name);
+        return AppendAttribute(name);
     existing->SetValue({});
     return *existing;
+}
+
+Attribute& Element::AppendAttribute(std::wstring_view name) {
+    return m_tree->appendAttribute(*this, name);
 }
 
 Element& Element::AddElementInto(std::wstring_view name) {
@@ -282,12 +282,9 @@ Document::Document(std::wstring_view rootName) : m_tree(std::make_unique<Tree>()
     m_tree->appendMarkup(m_tree->top(), L"<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
     m_tree->appendMarkup(m_tree->top(), L"\n");
     m_tree->appendElement(m_tree->top(), rootName);
-    m_tree->arena().startReusing();
 }
 
-Document::Document(std::unique_ptr<Tree> tree) : m_tree(std::move(tree)) {
-    m_tree->arena().startReusing();
-}
+Document::Document(std::unique_ptr<Tree> tree) : m_tree(std::move(tree)) {}
 
 Document::~Document() = default;
 

@@ -18,12 +18,15 @@ public:
     Slice source;
 };
 
-/// All that a document consists of.
+/// All that a document consists of. A parser makes it in sequence, see Arena, from names and texts that are
+/// slices; once it is complete, it is edited.
 class Tree {
 public:
     using Kind = Node::Kind;
 
-    Tree() : m_top(this) {}
+    Tree() : m_arena(0), m_isComplete(true), m_top(this) {}
+    /// To be parsed, within `limit` bytes.
+    explicit Tree(std::size_t limit) : m_arena(limit), m_isComplete(false), m_top(this) {}
     Tree(Tree const&) = delete;
     Tree& operator=(Tree const&) = delete;
 
@@ -39,7 +42,14 @@ public:
     static Element& parent(Node const& node) { return *node.m_parent; }
     static Tree& of(Node const& node) { return *node.m_parent->m_tree; }
 
-    /// Each goes behind what `parent` holds. Names that are given as slices belong to someone else.
+    void complete(std::size_t textSize) {
+        m_textSize = textSize;
+        m_isComplete = true;
+    }
+    /// In characters, of the text that was parsed.
+    std::size_t textSize() const { return m_textSize; }
+
+    /// Each goes behind what `parent` holds.
     Element& appendElement(Element& parent, Slice name);
     Element& appendElement(Element& parent, std::wstring_view name);
     Attribute& appendAttribute(Element& parent, Slice name);
@@ -49,8 +59,8 @@ public:
 
     static Slice& value(Attribute& attribute) { return attribute.m_value; }
 
-    void assign(Slice& slice, std::wstring_view text);
-    void append(Slice& slice, std::wstring_view text);
+    void assign(Slice& slice, std::wstring_view text) { replaceFrom(slice, 0, text); }
+    void append(Slice& slice, std::wstring_view text) { replaceFrom(slice, slice.size, text); }
 
     void addText(NodeContainer& container, std::wstring_view text);
     void replaceText(Element& element, std::wstring_view text);
@@ -61,6 +71,10 @@ public:
 private:
     template <typename Item, typename... Arguments>
     Item& make(Arguments&&... arguments);
+    void release(Node& node);
+    static void release(Slice& slice);
+    /// Keeps the first `kept` characters. The text may be any of the document's, this one's own too.
+    void replaceFrom(Slice& slice, std::size_t kept, std::wstring_view text);
     void appendChild(Element& parent, Node& child);
     void unlinkChild(Node& child);
     void clear(Element& element);
@@ -70,6 +84,8 @@ private:
     void removeEmpty(Element& element);
 
     Arena m_arena;
+    bool m_isComplete;
+    std::size_t m_textSize = 0;
     Element m_top;
     Element* m_root = nullptr;
 };

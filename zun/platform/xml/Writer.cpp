@@ -11,6 +11,9 @@ namespace {
 
 constexpr std::wstring_view blanks = L" \t\r\n";
 
+/// In levels: with more, the text could grow by the square of its depth.
+constexpr std::size_t deepestIndentation = 64;
+
 bool isBlank(std::wstring_view text) {
     return text.find_first_not_of(blanks) == text.npos;
 }
@@ -107,7 +110,7 @@ private:
     void startLine() {
         if (!m_text.empty())
             m_text += L'\n';
-        m_text.append(2 * (m_levels.size() - 1), L' ');
+        m_text.append(2 * std::min(m_levels.size() - 1, deepestIndentation), L' ');
     }
 
     void characters(Characters const& node) {
