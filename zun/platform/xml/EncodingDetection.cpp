@@ -1,5 +1,6 @@
 #include <zun/platform/xml/AdvXMLParser.h>
 #include <zun/platform/xml/EncodingDetection.h>
+#include <zun/platform/xml/Expat.h>
 
 #include <algorithm>
 #include <array>
@@ -10,7 +11,6 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::string_view blanks = " \t\r\n";
 constexpr std::string_view declarationStart = "<?xml";
 
 struct Mark {
@@ -85,39 +85,21 @@ std::string declaration(std::string_view bytes, std::int32_t encoding) {
     return text;
 }
 
-std::string_view takeUntil(std::string_view& text, std::string_view stops) {
-    std::string_view const taken = text.substr(0, text.find_first_of(stops));
-    text.remove_prefix(taken.size());
-    return taken;
-}
-
-void skipBlanks(std::string_view& text) {
-    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-}
-
-/// The value of "encoding" in an XML declaration; empty when there is no such.
-std::string_view declaredName(std::string_view text) {
-    std::size_t const start = declarationStart.size();
-    if (!text.starts_with(declarationStart) || text.size() == start || blanks.find(text[start]) == text.npos)
+/// The encoding that the XML declaration names; empty when there is no such.
+std::string declaredName(std::string const& declaration) {
+    if (!declaration.starts_with(declarationStart))
         return {};
-    text.remove_prefix(start);
-    for (;;) {
-        skipBlanks(text);
-        std::string_view const attribute = takeUntil(text, " \t\r\n=?>");
-        skipBlanks(text);
-        if (attribute.empty() || !text.starts_with('='))
-            return {};
-        text.remove_prefix(1);
-        skipBlanks(text);
-        if (!text.starts_with('"') && !text.starts_with('\''))
-            return {};
-        std::string_view const quote = text.substr(0, 1);
-        text.remove_prefix(1);
-        std::string_view const value = takeUntil(text, quote);
-        if (attribute == "encoding")
-            return value;
-        text.remove_prefix(std::min<std::size_t>(1, text.size()));
-    }
+    std::string name;
+    // With room for all that may come, nothing is thrown through Expat.
+    name.reserve(declaration.size());
+    ExpatParser const parser = makeExpatParser("ISO-8859-1");
+    XML_SetUserData(parser.get(), &name);
+    XML_SetXmlDeclHandler(parser.get(), [](void* found, char const*, char const* encoding, int) {
+        if (encoding != nullptr)
+            *static_cast<std::string*>(found) = encoding;
+    });
+    XML_Parse(parser.get(), declaration.data(), static_cast<int>(declaration.size()), XML_FALSE);
+    return name;
 }
 
 /// By the zeros that the first character of a document has, which is an ASCII one.
@@ -142,8 +124,8 @@ DetectedEncoding detectEncoding(std::string_view bytes, std::int32_t fallback) {
     if (mark != marks.end())
         detected = {mark->encoding, mark->bytes.size(), {}};
 
-    std::string const text = declaration(bytes.substr(detected.markSize), detected.encoding);
-    std::string_view const declared = declaredName(text);
+    std::string const declared =
+        declaredName(declaration(bytes.substr(detected.markSize), detected.encoding));
     if (declared.empty())
         return detected;
     bool isKnown = false;

@@ -100,6 +100,23 @@ private:
     std::array<Entry, places> m_entries;
 };
 
+struct Default {
+    Slice name;
+    Slice value;
+};
+
+/// What is kept of a document type while its document is parsed.
+struct DocumentType {
+    DeclaredEntities entities;
+    std::size_t nestedEntities = 0;
+    std::size_t attributeDeclarations = 0;
+    /// How many are declared for an element.
+    std::map<std::string, std::size_t, std::less<>> attributesOf;
+    std::size_t comparisons = 0;
+    /// By Expat's value.
+    std::map<char const*, Default> defaults;
+};
+
 } // namespace
 
 /// Makes the tree of what Expat reports.
@@ -363,21 +380,6 @@ private:
         m_isInDoctype = false;
         appendMarkup(m_utf8.substr(m_sourceBegin, begin() + source().size() - m_sourceBegin));
     }
-
-    struct Default {
-        Slice name;
-        Slice value;
-    };
-    struct DocumentType {
-        DeclaredEntities entities;
-        std::size_t nestedEntities = 0;
-        std::size_t attributeDeclarations = 0;
-        /// How many are declared for an element.
-        std::map<std::string, std::size_t, std::less<>> attributesOf;
-        std::size_t comparisons = 0;
-        /// By Expat's value.
-        std::map<char const*, Default> defaults;
-    };
 
     static constexpr wchar_t const* undefinedEntity = L"undefined entity";
 

@@ -36,19 +36,37 @@ bool isAscii(char const* bytes) {
 
 template <typename To, typename From>
 void copyAscii(From const* from, To* to) {
+    // Not straight to their place: compilers would have to expect that it overlaps.
+    std::array<To, stride> copied;
     for (std::size_t i = 0; i < stride; ++i)
-        to[i] = static_cast<To>(static_cast<std::make_unsigned_t<From>>(from[i]));
+        copied[i] = static_cast<To>(static_cast<std::make_unsigned_t<From>>(from[i]));
+    std::memcpy(to, copied.data(), sizeof copied);
 }
 
 /// Copies a whole stride and tells how many characters of it, from the first, are ASCII.
-std::size_t copyLeadingAscii(char const* from, wchar_t* to) {
+template <typename To, typename From>
+std::size_t copyLeadingAscii(From const* from, To* to) {
     copyAscii(from, to);
     if (isAscii(from))
         return stride;
     return static_cast<std::size_t>(
         std::find_if(from, from + stride,
-                     [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; }) -
+                     [](From unit) { return static_cast<std::make_unsigned_t<From>>(unit) >= 0x80; }) -
         from);
+}
+
+char* encodeOne(wchar_t element, char* utf8) {
+    auto const character = static_cast<char32_t>(element);
+    if (character < 0x80) {
+        *utf8++ = static_cast<char>(character);
+    } else if (character < 0x800) {
+        *utf8++ = static_cast<char>(0xC0 | character >> 6);
+        *utf8++ = static_cast<char>(0x80 | (character & 0x3F));
+    } else {
+        *utf8 = notUtf8;
+        utf8 = isScalarValue(element) ? utf8::unchecked::append(character, utf8) : utf8 + 1;
+    }
+    return utf8;
 }
 
 /// The valid character at `next`, which moves behind it.
@@ -78,23 +96,16 @@ char* encodeUtf8(std::wstring_view text, char* utf8) {
     wchar_t const* next = text.data();
     wchar_t const* const end = next + text.size();
     while (next != end) {
-        for (; static_cast<std::size_t>(end - next) >= stride && isAscii(next); next += stride) {
-            copyAscii(next, utf8);
-            utf8 += stride;
+        while (static_cast<std::size_t>(end - next) >= stride) {
+            std::size_t const count = copyLeadingAscii(next, utf8);
+            next += count;
+            utf8 += count;
+            if (count < stride)
+                break;
         }
-        wchar_t const* const pause = next + std::min(stride, static_cast<std::size_t>(end - next));
-        for (; next != pause; ++next) {
-            auto const character = static_cast<char32_t>(*next);
-            if (character < 0x80) {
-                *utf8++ = static_cast<char>(character);
-            } else if (character < 0x800) {
-                *utf8++ = static_cast<char>(0xC0 | character >> 6);
-                *utf8++ = static_cast<char>(0x80 | (character & 0x3F));
-            } else {
-                *utf8 = notUtf8;
-                utf8 = isScalarValue(*next) ? utf8::unchecked::append(character, utf8) : utf8 + 1;
-            }
-        }
+        bool const isRest = static_cast<std::size_t>(end - next) < stride;
+        while (next != end && (isRest || static_cast<char32_t>(*next) >= 0x80))
+            utf8 = encodeOne(*next++, utf8);
     }
     return utf8;
 }

@@ -2,10 +2,13 @@
 #include <zun/platform/xml/Unicode.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace AdvXMLParser {
+
+using namespace std::string_view_literals;
 
 namespace {
 
@@ -18,10 +21,25 @@ bool isBlank(std::wstring_view text) {
     return text.find_first_not_of(blanks) == text.npos;
 }
 
-/// https://www.w3.org/TR/xml/#charsets
-bool isXmlCharacter(wchar_t character) {
-    return (character >= L' ' || character == L'\t' || character == L'\n' || character == L'\r') &&
-           isScalarValue(character) && character != 0xFFFE && character != 0xFFFF;
+/// Characters below U+0040, a bit each: the control characters and those given.
+constexpr std::uint64_t special(std::wstring_view characters) {
+    std::uint64_t set = 0xFFFFFFFF;
+    for (wchar_t const allowed : {L'\t', L'\n', L'\r'})
+        set &= ~(std::uint64_t{1} << allowed);
+    for (wchar_t const character : characters)
+        set |= std::uint64_t{1} << character;
+    return set;
+}
+
+constexpr std::uint64_t specialInText = special(L"&<>\r");
+constexpr std::uint64_t specialInValue = special(L"&<\"\t\n\r");
+
+/// Whether it is written as it is (https://www.w3.org/TR/xml/#charsets).
+bool isPlain(wchar_t character, std::uint64_t special) {
+    auto const code = static_cast<char32_t>(character);
+    if (code < 64)
+        return (special >> code & 1) == 0;
+    return code < 0xD800 || (isScalarValue(character) && code != 0xFFFE && code != 0xFFFF);
 }
 
 std::wstring inHexadecimal(wchar_t character) {
@@ -37,7 +55,8 @@ std::wstring inHexadecimal(wchar_t character) {
 /// (https://www.w3.org/TR/xml-c14n/).
 class XmlWriter {
 public:
-    explicit XmlWriter(bool formatted) : m_formatted(formatted) {}
+    /// `likelySize` in characters.
+    XmlWriter(bool formatted, std::size_t likelySize) : m_formatted(formatted) { m_text.reserve(likelySize); }
 
     std::wstring write(Element const& document) {
         m_levels.push_back({&document, m_formatted, false});
@@ -51,7 +70,7 @@ public:
                 m_levels.pop_back();
                 if (laidOut)
                     startLine();
-                m_text.append(L"</").append(finished.GetName()).append(L">");
+                m_text.append(L"</"sv).append(finished.GetName()).append(1, L'>');
                 node = finished.m_next;
             } else if (node->m_kind == Node::Kind::Element) {
                 auto const& element = static_cast<Element const&>(*node);
@@ -135,7 +154,7 @@ private:
             if (!source.empty() && !m_text.ends_with(L']') && !m_text.ends_with(L'\r'))
                 m_text += source;
             else
-                escape(node.value.view(), L"&<>\r");
+                escape(node.value.view(), specialInText);
         }
     }
 
@@ -145,11 +164,11 @@ private:
         for (auto attribute = element.AttributesBegin(); attribute != element.AttributesEnd(); ++attribute) {
             m_text += L' ';
             name(*attribute);
-            m_text += L"=\"";
-            escape(attribute->GetValue(), L"&<\"\t\n\r");
+            m_text += L"=\""sv;
+            escape(attribute->GetValue(), specialInValue);
             m_text += L'"';
         }
-        m_text += element.m_firstChild != nullptr ? L">" : L"/>";
+        m_text += element.m_firstChild != nullptr ? L">"sv : L"/>"sv;
     }
 
     void name(NodeContainer const& node) {
@@ -158,27 +177,21 @@ private:
         m_text += node.GetName();
     }
 
-    void escape(std::wstring_view text, std::wstring_view special) {
-        while (!text.empty()) {
-            auto const stop = std::find_if(text.begin(), text.end(), [&](wchar_t character) {
-                return character <= L'>'
-                           ? special.find(character) != special.npos || !isXmlCharacter(character)
-                           : character >= 0xD800 && !isXmlCharacter(character);
+    void escape(std::wstring_view text, std::uint64_t special) {
+        // A line feed after a carriage return that ended a line of its own would be taken for a part of it.
+        if (text.starts_with(L'\n') && m_text.ends_with(L'\r')) {
+            m_text += L"&#10;";
+            text.remove_prefix(1);
+        }
+        for (;;) {
+            auto const stop = std::find_if_not(text.begin(), text.end(), [special](wchar_t character) {
+                return isPlain(character, special);
             });
-            auto const plain = static_cast<std::size_t>(stop - text.begin());
-            // A line feed after a carriage return that ended a line of its own would be taken for a part of
-            // it.
-            if (text.front() == L'\n' && m_text.ends_with(L'\r')) {
-                m_text += L"&#10;";
-                text.remove_prefix(1);
-                continue;
-            }
-            m_text.append(text.substr(0, plain));
-            text.remove_prefix(plain);
-            if (!text.empty()) {
-                reference(text.front());
-                text.remove_prefix(1);
-            }
+            m_text.append(text.begin(), stop);
+            if (stop == text.end())
+                return;
+            reference(*stop);
+            text.remove_prefix(static_cast<std::size_t>(stop - text.begin()) + 1);
         }
     }
 
@@ -217,7 +230,7 @@ private:
 };
 
 std::wstring Document::GenerateXML(bool formatted) const {
-    return XmlWriter(formatted).write(m_tree->top());
+    return XmlWriter(formatted, m_tree->textSize()).write(m_tree->top());
 }
 
 } // namespace AdvXMLParser
