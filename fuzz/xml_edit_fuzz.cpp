@@ -1,9 +1,9 @@
+#include <tests/support/XmlRoundTrip.h>
 #include <zun/structured/AnXmlNode.h>
 
 #include <algorithm>
 #include <array>
 #include <list>
-#include <tests/support/XmlRoundTrip.h>
 #include <utility>
 #include <vector>
 
@@ -103,13 +103,16 @@ public:
     Program(unsigned char const* data, std::size_t size) : m_next(data), m_end(data + size) {}
 
     void run() {
-        bool const isParsed = take() % 2 != 0;
-        auto const document =
-            isParsed
-                ? roundtrip::parse(L"<!DOCTYPE a [<!ATTLIST b c CDATA 'd'>]><a e='f'><b>t\r\nu<b/></b>v</a>")
-                : std::make_unique<Document>(L"a");
+        // With default values an element that was added reads back with more than it had.
+        std::size_t const start = take() % 3;
+        bool const hasDefaults = start == 1;
+        std::wstring const parsed = L"<a e='f'><b c='d'>t\r\nu<b c='d'/></b>v</a>";
+        std::wstring const defaulted =
+            L"<!DOCTYPE a [<!ATTLIST b c CDATA 'd'>]><a e='f'><b>t\r\nu<b/></b>v</a>";
+        auto const document = start == 0 ? std::make_unique<Document>(L"a")
+                                         : roundtrip::parse(hasDefaults ? defaulted : parsed);
         Model model(L"a");
-        if (isParsed) {
+        if (start != 0) {
             model.setAttribute(L"e", L"f");
             Model& outer = model.add(L"b");
             model.items.push_back({L"v", nullptr});
@@ -120,7 +123,8 @@ public:
         while (m_next != m_end)
             step(*document, model);
         ::requireEqual(document->GetRoot(), model);
-        roundtrip::check(*document);
+        if (!hasDefaults)
+            roundtrip::check(*document);
     }
 
 private:
