@@ -1,3 +1,4 @@
+#include <fuzz/ScratchFile.h>
 #include <tests/support/ExpatVerdict.h>
 #include <tests/support/XmlRoundTrip.h>
 
@@ -5,14 +6,19 @@ namespace {
 
 std::string bytes;
 
-/// In the place of a file's contents.
+/// In the place of the file's contents.
 bool provideBytes(std::string const&, std::string& out) {
     out = bytes;
     return true;
 }
 
-bool isRead(std::wstring& text, std::int32_t& encoding) {
-    return AdvXMLParser::ReadBufferFromFileNoExp(L"/dev/null", text, encoding, 0, provideBytes) >= 0;
+std::wstring const& emptyFile() {
+    static ScratchFile const file("xml_bytes");
+    static std::wstring const path = [] {
+        file.write("");
+        return file.widePath();
+    }();
+    return path;
 }
 
 } // namespace
@@ -23,13 +29,16 @@ extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t siz
     bytes.assign(reinterpret_cast<char const*>(data), size);
     std::wstring text;
     std::int32_t encoding = AdvXMLParser::Utf8;
-    if (!isRead(text, encoding))
+    std::int32_t const result =
+        AdvXMLParser::ReadBufferFromFileNoExp(emptyFile(), text, encoding, 0, provideBytes);
+    roundtrip::require(result != AdvXMLParser::FileNotFound && result != AdvXMLParser::FileUnreadable);
+    if (result < 0)
         return 0;
     std::string utf8;
     std::string converted;
     std::int32_t again = AdvXMLParser::Utf8;
-    roundtrip::require(
-        AdvXMLParser::ReadUtf8BufferFromFileNoExp(L"/dev/null", utf8, again, 0, provideBytes) >= 0);
+    roundtrip::require(AdvXMLParser::ReadUtf8BufferFromFileNoExp(emptyFile(), utf8, again, 0, provideBytes) >=
+                       0);
     roundtrip::require(AdvXMLParser::ConvertBufferToUtf8(text, converted, AdvXMLParser::Utf8));
     roundtrip::require(encoding == again && utf8 == converted);
 
