@@ -1,5 +1,6 @@
 #include <zun/linux/log.h>
 #include <zun/linux/requireTexts.h>
+#include <zun/platform/file/Attempt.h>
 
 #include <boost/thread/tss.hpp>
 
@@ -7,9 +8,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
-#include <exception>
 #include <iterator>
 #include <memory>
+#include <new>
 #include <type_traits>
 
 namespace logger = orvane_com::zun::logger;
@@ -21,22 +22,26 @@ using logger::LogLevel;
 /// hand over a message in pieces.
 class AFrontDoor {
 public:
+    /// Before there is a logger every report is passed on to the one that it makes.
+    static bool passes(LogLevel level) {
+        ILogger const* const existing = ILogger::m_pLogger;
+        return !existing || existing->passes(level);
+    }
+
     static void report(LogLevel level, wchar_t const* group, wchar_t const* message,
                        wchar_t const* before = L"", wchar_t const* after = L"") {
         requireTexts(group, message);
-        ILogger* const existing = ILogger::m_pLogger;
-        if (!existing || existing->passes(level))
+        if (passes(level))
             write(level, group, message, before, after);
     }
 
 private:
     [[gnu::noinline]] static void write(LogLevel level, wchar_t const* group, wchar_t const* message,
                                         wchar_t const* before, wchar_t const* after) {
-        try {
+        // There may be no memory for the logger itself.
+        orvane_com::zun::file::attempt([&] {
             ILogger::GetLogger()->writeGroupLine(level, group, {before, message, after});
-        } catch (std::exception const&) {
-            // There is no memory for the logger itself.
-        }
+        });
     }
 };
 
@@ -45,7 +50,9 @@ namespace {
 /// The threads' trace stacks. They are never destroyed: other static objects may report until the process
 /// ends, and the traces of a main function that calls exit stay on its call stack.
 boost::thread_specific_ptr<ATraceStack>& threadStacks() {
-    static auto* const t_Stack = new boost::thread_specific_ptr<ATraceStack>;
+    using Stacks = boost::thread_specific_ptr<ATraceStack>;
+    alignas(Stacks) static char room[sizeof(Stacks)];
+    static auto* const t_Stack = new (room) Stacks;
     return *t_Stack;
 }
 
@@ -90,13 +97,8 @@ void logErrorNoStack(wchar_t const* group, wchar_t const* message) {
 
 void logError(wchar_t const* group, wchar_t const* message) {
     ATraceStack const none;
-    ATraceStack const* stack = &none;
-    try {
-        stack = getThreadTraceStack();
-    } catch (std::exception const&) {
-        // Without memory for a stack the thread has no traces either.
-    }
-    stack->log(group, message);
+    ATraceStack const* const stack = threadStacks().get();
+    (stack ? stack : &none)->log(group, message);
 }
 
 void logInternalError(wchar_t const* group, wchar_t const* message) {
@@ -108,6 +110,9 @@ void logResult(wchar_t const* group, wchar_t const* message) {
 }
 
 void logErrno(wchar_t const* group) {
+    requireTexts(group, L"");
+    if (!AFrontDoor::passes(logger::Err))
+        return;
     int const error = errno;
     ErrorText const text(error);
     logError(group, text.wide());
@@ -217,6 +222,8 @@ ATraceStack::~ATraceStack() {
 
 void ATraceStack::log(wchar_t const* group, wchar_t const* message) const {
     requireTexts(group, message);
+    if (!AFrontDoor::passes(logger::Err))
+        return;
     logErrorNoStack(group, L"Error trace:");
     if (m_top)
         m_top->chainLog();

@@ -8,9 +8,12 @@
 //
 // A report is a pair of wide texts: the group, a short name of the reporting area, and the message. A null
 // one is a programming error that ends the process with an assertion. A report below the minimum level takes
-// no lock and allocates nothing. Every function may be called by any thread and leaves errno as it found it.
-// A report throws nothing: one that there is no memory for is lost. Making or changing a trace may throw
-// std::bad_alloc.
+// no lock and allocates nothing. Every function may be called by any thread, but by no signal handler, and
+// leaves errno as it found it. A report throws nothing: one that there is no memory for is lost. Making or
+// changing a trace may throw std::bad_alloc.
+//
+// A thread that has traces runs code of the library when it ends: a copy of the library that is linked into a
+// plug-in has a log and traces of its own, and the plug-in must stay loaded while such threads live.
 
 ZUN_API void logMessage(orvane_com::zun::logger::LogLevel const& level, wchar_t const* group,
                         wchar_t const* message);

@@ -80,14 +80,23 @@ struct ILogger::State {
     }
 };
 
+/// Holds the logger for one operation, which leaves errno to the code that is reported on.
+class ILogger::Hold {
+public:
+    explicit Hold(State& state) : m_lock(state.m_mutex) {}
+
+private:
+    ErrnoKeeper const m_errnoKeeper;
+    boost::unique_lock<boost::recursive_mutex> const m_lock;
+};
+
 template <typename BuildLine>
 void ILogger::writeLine(LogLevel level, BuildLine const& buildLine) {
     if (!passes(level))
         return;
-    ErrnoKeeper const errnoKeeper; // it belongs to the code that is reported on
     // A message that cannot be written is lost.
     attempt([&] {
-        boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
+        Hold const hold(*m_state);
         if (!m_state->m_bLoggingEnabled || m_bStopped || !passes(level))
             return;
         if (!m_state->m_logFiles.areGood(m_state->sizeLimit())) {
@@ -108,8 +117,10 @@ ILogger::ILogger() : m_state(std::make_unique<State>()) {}
 ILogger::~ILogger() = default;
 
 ILogger* ILogger::GetLogger() {
-    if (!m_pLogger)
+    if (!m_pLogger) {
+        ErrnoKeeper const errnoKeeper;
         m_pLogger = new ILogger;
+    }
     return m_pLogger;
 }
 
@@ -118,14 +129,14 @@ void ILogger::FreeLogger() {
 }
 
 bool ILogger::attach(std::wstring const& path) {
-    boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
+    Hold const hold(*m_state);
     bool isOpen = false;
     attempt([&] { isOpen = m_state->m_logFiles.attach(path); });
     return isOpen;
 }
 
 bool ILogger::detach(std::wstring const& path) {
-    boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
+    Hold const hold(*m_state);
     return m_state->m_logFiles.detach(path);
 }
 
@@ -178,19 +189,19 @@ std::wstring ILogger::getComponent(eComponent const& component) {
 }
 
 bool ILogger::setMinLogLevel(LogLevel const& level) {
-    boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
+    Hold const hold(*m_state);
     m_minLogLevel = level;
     return true;
 }
 
 bool ILogger::setMaxLogFileSize(long const& kibibytes) {
-    boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
+    Hold const hold(*m_state);
     m_state->m_maxLogFileSize = kibibytes;
     return true;
 }
 
 bool ILogger::setNumberOfBackupLogs(long const& count) {
-    boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
+    Hold const hold(*m_state);
     m_state->m_numberOfBackupLogs = count;
     return true;
 }
@@ -204,7 +215,7 @@ bool ILogger::isDetailLoggingEnabled() {
 }
 
 bool ILogger::logRotate() {
-    boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
+    Hold const hold(*m_state);
     // What there is no memory for is done before a later line.
     if (m_state->m_bRotationEnabled)
         attempt([this] {
@@ -216,12 +227,12 @@ bool ILogger::logRotate() {
 }
 
 void ILogger::checkAndFixMissingFiles() {
-    boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
+    Hold const hold(*m_state);
     attempt([this] { m_state->m_logFiles.repair(); });
 }
 
 bool ILogger::Start() {
-    boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
+    Hold const hold(*m_state);
     m_bStopped = false;
     bool isTableOpen = false;
     attempt([&] { isTableOpen = MessageResource::initialize(); });
@@ -230,7 +241,7 @@ bool ILogger::Start() {
 
 bool ILogger::Stop() {
     constexpr long stoppingSubsystem = 0x4031;
-    boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
+    Hold const hold(*m_state);
     logMessage(Info, Management, stoppingSubsystem, L"Logger");
     m_bStopped = true;
     return true;
@@ -246,7 +257,7 @@ bool ILogger::EnforcePolicy() {
 
 bool ILogger::EnforcePolicy(std::wstring const& loggingEnabled, std::wstring const& detailLogging,
                             std::wstring const& rotationEnabled, std::wstring const& maxLogFileSize) {
-    boost::unique_lock<boost::recursive_mutex> const lock(m_state->m_mutex);
+    Hold const hold(*m_state);
     return attempt([&, this] {
         bool const logs = readPolicy(loggingEnabled, m_state->m_bLoggingEnabled);
         bool const logsDetails = readPolicy(detailLogging, m_state->m_bDetailLogging);

@@ -46,12 +46,15 @@ namespace orvane_com::zun::logger {
 ///
 /// A file that grew over the limit is rotated into numbered backups before the next line; a file that was
 /// deleted, or replaced by another, is opened anew. Several processes may write one file: a line is appended
-/// by one write, and a rotation is done by one process at a time.
+/// by one write, and a rotation is done by one process at a time. What a full disk leaves of a line ends
+/// before the next line of the same process; a line of another process may follow in between without a line
+/// end.
 ///
-/// Any thread may call any member except GetLogger's first call and FreeLogger; the child that a process of
-/// several threads forks may call none. No member reports a failed write: a line that cannot be written, for
-/// want of memory too, is lost, a file that cannot be reopened is detached. None throws, but that GetLogger's
-/// first call and what returns a text may throw std::bad_alloc.
+/// Any thread may call any member except GetLogger's first call and FreeLogger; a signal handler may call
+/// none, and neither may the child that a process of several threads forks. All leave errno alone. No member
+/// reports a failed write: a line that cannot be written, for want of memory too, is lost, a file that cannot
+/// be reopened is detached. None throws, but that GetLogger's first call and what returns a text may throw
+/// std::bad_alloc.
 class ZUN_API ILogger final : public subsystem::ISubsystem {
 public:
     /// The process's logger, made on first use: stopped, at level Info, without files.
@@ -65,7 +68,8 @@ public:
     ILogger& operator=(ILogger const&) = delete;
 
     /// Opens an absolute path for appending, with all missing directories, and adds it to the outputs. False
-    /// when it cannot be opened. A path that is attached stays as it is.
+    /// when it cannot be opened; so a name without a slash, which is taken for a missing directory. A path
+    /// that is attached stays as it is.
     bool attach(std::wstring const& path);
 
     /// False when the path is not attached.
@@ -139,6 +143,7 @@ private:
     ILogger();
 
     struct State;
+    class Hold;
 
     /// False for a level below the minimum. Takes no lock.
     bool passes(LogLevel level) const { return level >= m_minLogLevel.load(std::memory_order_relaxed); }

@@ -41,7 +41,7 @@ ZUN_API void* getSymbol(void* library, char const* name, std::string& error);
 ZUN_API void freeLibrary(void* library);
 
 /// Writes a line and its line end to the process's standard output, after what stdio and std::wcout still
-/// hold; to std::wcout when the program has given that another buffer.
+/// hold; to std::wcout when the program has given that a buffer of its own.
 ZUN_API void writeLineToStandardOutput(std::string_view utf8);
 
 } // namespace orvane_com::zun::helper

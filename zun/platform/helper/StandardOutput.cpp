@@ -7,12 +7,31 @@
 #include <string>
 #include <unistd.h>
 
+#ifdef __GLIBCXX__
+#include <ext/stdio_filebuf.h>
+#include <ext/stdio_sync_filebuf.h>
+#else
+#include <typeinfo>
+#endif
+
 namespace orvane_com::zun::helper {
 
 namespace {
 
-/// What the wide stream starts with: it leads to the descriptor.
-std::wstreambuf const* const ownBuffer = std::wcout.rdbuf();
+/// True for the C++ library's own buffer for standard output, be it synchronised with stdio or not. Told by
+/// its type: which one the program has at which moment does not show when this library is loaded.
+#ifdef __GLIBCXX__
+bool isOfTheSystem(std::wstreambuf* buffer) {
+    if (auto* const synchronised = dynamic_cast<__gnu_cxx::stdio_sync_filebuf<wchar_t>*>(buffer))
+        return synchronised->file() == stdout;
+    auto* const separate = dynamic_cast<__gnu_cxx::stdio_filebuf<wchar_t>*>(buffer);
+    return separate && separate->fd() == STDOUT_FILENO;
+}
+#else
+bool isOfTheSystem(std::wstreambuf* buffer) {
+    return buffer && std::string_view(typeid(*buffer).name()).find("__stdoutbuf") != std::string_view::npos;
+}
+#endif
 
 void waitUntilWritable(int descriptor) {
     pollfd request{.fd = descriptor, .events = POLLOUT, .revents = 0};
@@ -22,7 +41,7 @@ void waitUntilWritable(int descriptor) {
 } // namespace
 
 void writeLineToStandardOutput(std::string_view utf8) {
-    if (std::wcout.rdbuf() != ownBuffer) { // the program takes the wide text itself
+    if (!isOfTheSystem(std::wcout.rdbuf())) { // the program takes the wide text itself
         std::wcout << toWide(utf8) << std::endl;
         return;
     }
