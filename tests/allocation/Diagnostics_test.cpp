@@ -9,7 +9,6 @@
 #include <tests/allocation/FailingAllocations.h>
 #include <tests/support/Allocations.h>
 #include <tests/support/LoggerFixture.h>
-#include <thread>
 
 using namespace orvane_com::zun::logger;
 using testing::AnyOf;
@@ -75,19 +74,6 @@ TEST_F(DiagnosticsAllocation, AReportWithoutRoomForALoggerIsLost) {
     AllocationFailure const failure(1, AllocationFailure::Extent::allFromThere);
     EXPECT_NO_THROW(logError(L"Group", L"error"));
     EXPECT_TRUE(AllocationFailure::happened());
-}
-
-TEST_F(DiagnosticsAllocation, AThreadWithoutRoomForItsTracesReportsWithoutThem) {
-    bool failed = true;
-    for (long number = 1; failed; ++number) {
-        std::thread thread([&] {
-            AllocationFailure const failure(number, AllocationFailure::Extent::one);
-            logError(L"Group", L"error");
-            failed = AllocationFailure::happened();
-        });
-        thread.join();
-        EXPECT_THAT(log.takeLines(), ElementsAre("[Group] [E] Error trace:", "[Group] [E]   error"));
-    }
 }
 
 TEST_F(DiagnosticsAllocation, ATraceIsOpenOrNot) {

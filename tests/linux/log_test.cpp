@@ -35,6 +35,12 @@ TEST(LogTest, EachFunctionHasItsLevelAndText) {
 }
 
 TEST(LogTest, ErrnoIsReportedAndKept) {
+    TemporaryDirectory directory;
+    writeFile(directory.file("file"), "");
+    ILogger::FreeLogger();
+    errno = EDOM;
+    setupLog(directory.wideFile("file/agent.log").c_str(), L"", false, false);
+    EXPECT_EQ(errno, EDOM);
     LogCapture log;
     errno = ENOENT;
     logErrno(L"A");
@@ -99,6 +105,12 @@ TEST(LogTest, ReportsBelowTheMinimumLevelAllocateNothing) {
     setLogging(true);
     logInternalError(L"a group with a long name", message.c_str());
     EXPECT_EQ(allocationCount(), before);
+    std::thread([&message] {
+        long const first = allocationCount();
+        logError(L"a group with a long name", message.c_str());
+        logErrno(L"a group with a long name");
+        EXPECT_EQ(allocationCount(), first);
+    }).join();
     EXPECT_THAT(log.takeLines(), IsEmpty());
     setLogLevelDetailed(true);
     EXPECT_TRUE(isDetailLoggingEnabled());

@@ -3,7 +3,9 @@
 #include <cerrno>
 #include <clocale>
 #include <ctime>
+#include <iostream>
 #include <pthread.h>
+#include <sstream>
 #include <tests/support/LoggerFixture.h>
 #include <thread>
 #include <unistd.h>
@@ -113,7 +115,13 @@ TEST_F(ILoggerTest, StandardOutputServesWhenNoFileIsAttached) {
     testing::internal::CaptureStdout();
     logger().logMessage(Info, L"g", L"\u4E2D");
     std::printf("between\n");
+    std::ios::sync_with_stdio(false);
     logger().logMessage(Info, L"g", L"second");
+    std::wstringbuf programsOwn;
+    std::wstreambuf* const before = std::wcout.rdbuf(&programsOwn);
+    logger().logMessage(Info, L"g", L"third \u4E2D");
+    std::wcout.rdbuf(before);
+    EXPECT_THAT(programsOwn.str(), EndsWith(L"[g] [I] third \u4E2D\n"));
     attach("agent.log");
     logger().logMessage(Info, L"g", L"to the file");
     EXPECT_THAT(testing::internal::GetCapturedStdout(),

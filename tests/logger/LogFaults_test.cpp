@@ -1,12 +1,22 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <cstddef>
 #include <filesystem>
+#include <iterator>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <tests/support/ChildProcess.h>
 #include <tests/support/LoggerFixture.h>
 #include <tests/support/OpenDescriptors.h>
 #include <unistd.h>
+#include <vector>
+#ifdef __linux__
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#endif
 
 using namespace orvane_com::zun::logger;
 using testing::ElementsAre;
@@ -67,25 +77,85 @@ TEST_F(LogFaultsTest, AnOutputThatFailsDoesNotKeepOthersFromTheirLines) {
     EXPECT_THAT(lines("zz.log"), ElementsAre(EndsWith("one"), EndsWith("two")));
 }
 
-TEST_F(LogFaultsTest, AFileThatCannotBeReopenedIsDetached) {
+TEST_F(LogFaultsTest, AFileThatCannotBeMadeAnewIsDetached) {
+    auto const block = [this](char const* name) {
+        std::filesystem::remove_all(path(name));
+        writeFile(path(name), "in the way");
+    };
     attach("dir/agent.log");
-    attach("last/other.log");
+    attach("other/agent.log");
     log(L"one");
-    std::filesystem::remove_all(path("dir"));
-    writeFile(path("dir"), "in the way");
+    block("dir");
     log(L"two");
     std::filesystem::remove(path("dir"));
     log(L"three");
     EXPECT_FALSE(std::filesystem::exists(path("dir")));
-    EXPECT_THAT(lines("last/other.log"), SizeIs(3));
+    EXPECT_THAT(lines("other/agent.log"), SizeIs(3));
 
     // The last one gone, standard output takes over.
-    std::filesystem::remove_all(path("last"));
-    writeFile(path("last"), "in the way");
+    block("other");
     testing::internal::CaptureStdout();
     log(L"four");
     EXPECT_THAT(testing::internal::GetCapturedStdout(), EndsWith("] [I] four\n"));
 }
+
+TEST_F(LogFaultsTest, AFileThatCannotBeOpenedYetIsFollowedLater) {
+    attach("agent.log");
+    log(L"one");
+    std::filesystem::rename(path("agent.log"), path("moved"));
+    ASSERT_EQ(mkfifo(path("agent.log").c_str(), 0600), 0);
+    log(L"two");
+    EXPECT_THAT(lines("moved"), ElementsAre(EndsWith("one"), EndsWith("two")));
+    std::filesystem::remove(path("agent.log"));
+    writeFile(path("agent.log"), "theirs\r\n");
+    log(L"three");
+    EXPECT_THAT(lines("agent.log"), ElementsAre("theirs", EndsWith("three")));
+}
+
+TEST_F(LogFaultsTest, WithoutAFreeDescriptorTheLogsOwnServes) {
+    attach("agent.log");
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    rlimit const few{100, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &few);
+    std::vector<int> taken;
+    for (int descriptor; (descriptor = dup(STDIN_FILENO)) >= 0;)
+        taken.push_back(descriptor);
+    std::filesystem::remove(path("agent.log"));
+    log(L"made anew");
+    logger().setMaxLogFileSize(0);
+    log(L"behind a rotation");
+    for (int const descriptor : taken)
+        close(descriptor);
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_THAT(lines("agent_backup_1.log"), ElementsAre(EndsWith("made anew"), EndsWith("log files")));
+    EXPECT_THAT(lines("agent.log"), ElementsAre(EndsWith("behind a rotation")));
+}
+
+#ifdef __linux__
+/// From now on the kernel refuses the process a system call, as a container's filter would.
+bool refuse(unsigned call) {
+    sock_filter rules[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                           BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1),
+                           BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
+                           BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+    sock_fprog const filter{std::size(rules), rules};
+    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter, 0, 0) == 0;
+}
+
+TEST_F(LogFaultsTest, TheLookAtAPathHasAnOlderCallToFallBackOn) {
+    ChildProcess child([this] {
+        logger().setMaxLogFileSize(0);
+        bool const isSetUp = refuse(SYS_statx) && attach("agent.log");
+        log(L"one");
+        log(L"two");
+        return isSetUp;
+    });
+    ASSERT_TRUE(child.join());
+    EXPECT_THAT(lines("agent_backup_1.log"), ElementsAre(EndsWith("one"), EndsWith("log files")));
+}
+#endif
 
 TEST_F(LogFaultsTest, NoDescriptorIsLeftOpen) {
     int const before = openDescriptors();

@@ -13,6 +13,7 @@
 
 using namespace orvane_com::zun::logger;
 using testing::EndsWith;
+using testing::HasSubstr;
 
 namespace {
 
@@ -63,6 +64,18 @@ TEST_F(LogProcessesTest, ProcessesShareOneRotatingFile) {
     for (auto const& [message, count] : counts)
         EXPECT_EQ(count, 1) << message;
     EXPECT_TRUE(std::filesystem::exists(path("agent_backup_5.log"))) << "the file was meant to rotate";
+}
+
+TEST_F(LogProcessesTest, AChildsLinesHaveItsOwnNumber) {
+    attach("agent.log");
+    logger().logMessage(Info, L"g", L"parent");
+    ChildProcess child([] {
+        logger().logMessage(Info, L"g", L"child");
+        return true;
+    });
+    std::string const number = " [" + std::to_string(child.id()) + "] ";
+    EXPECT_TRUE(child.join());
+    EXPECT_THAT(lines("agent.log").back(), HasSubstr(number));
 }
 
 TEST_F(LogProcessesTest, KilledProcessesLeaveWholeLines) {

@@ -1,10 +1,11 @@
 #include <zun/logger/LogFile.h>
-#include <zun/platform/helper/CommonHelper.h>
 #include <zun/platform/file/GlobErrors.h>
 #include <zun/platform/file/Permissions.h>
 #include <zun/platform/file/Place.h>
+#include <zun/platform/helper/CommonHelper.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
@@ -32,21 +33,31 @@ struct Look {
     std::int64_t size;
 };
 
-#ifdef __linux__
-/// Asks for no time stamp: a kernel that was asked for one takes a finer, dearer one at the next write.
-std::optional<Look> lookAt(std::string const& path) {
-    struct statx status {};
-    if (statx(AT_FDCWD, path.c_str(), 0, STATX_TYPE | STATX_INO | STATX_SIZE, &status) != 0)
-        return std::nullopt;
-    return Look{makedev(status.stx_dev_major, status.stx_dev_minor), static_cast<ino_t>(status.stx_ino),
-                static_cast<std::int64_t>(status.stx_size)};
-}
-#else
-std::optional<Look> lookAt(std::string const& path) {
+std::optional<Look> lookWithTimeStamps(std::string const& path) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0)
         return std::nullopt;
     return Look{status.st_dev, status.st_ino, status.st_size};
+}
+
+#ifdef __linux__
+/// Asks for no time stamp: a kernel that was asked for one takes a finer, dearer one at the next write.
+std::optional<Look> lookAt(std::string const& path) {
+    static std::atomic<bool> isRefused{false}; // by the kernel, or by a filter of system calls
+    if (!isRefused.load(std::memory_order_relaxed)) {
+        struct statx status {};
+        if (statx(AT_FDCWD, path.c_str(), 0, STATX_TYPE | STATX_INO | STATX_SIZE, &status) == 0)
+            return Look{makedev(status.stx_dev_major, status.stx_dev_minor),
+                        static_cast<ino_t>(status.stx_ino), static_cast<std::int64_t>(status.stx_size)};
+        if (errno != ENOSYS && errno != EPERM)
+            return std::nullopt;
+        isRefused = true;
+    }
+    return lookWithTimeStamps(path);
+}
+#else
+std::optional<Look> lookAt(std::string const& path) {
+    return lookWithTimeStamps(path);
 }
 #endif
 
@@ -64,28 +75,39 @@ public:
 
     /// The numbers, below `end`, of the generations that exist; the oldest, which is the greatest, first.
     std::vector<std::int32_t> existing(std::int32_t end) const {
-        glob_t found{};
-        std::unique_ptr<glob_t, void (*)(glob_t*)> const owner(&found, globfree);
+        constexpr std::int32_t fewNames = 300; // to look for; more are listed
         std::vector<std::int32_t> numbers;
-        int const result = glob((literal(m_before) + "*" + literal(m_after)).c_str(), GLOB_NOSORT,
-                                file::stopWithoutMemory, &found);
-        if (result == GLOB_NOSPACE || result == GLOB_ABORTED)
-            throw std::bad_alloc();
-        if (result != 0) {
-            // A directory that may not be listed, or a locale that cannot read the name: without gaps then.
-            for (std::int32_t number = 1; number < end && access(path(number).c_str(), F_OK) == 0; ++number)
-                numbers.insert(numbers.begin(), number);
-            return numbers;
+        bool const areListed = end > fewNames && list(numbers, end);
+        for (std::int32_t number = 1; !areListed && number < end; ++number) {
+            if (exists(number))
+                numbers.push_back(number);
+            else if (number >= fewNames)
+                break; // no list to be had, and behind the few the generations end at a gap
         }
-        for (std::size_t i = 0; i < found.gl_pathc; ++i)
-            if (std::optional<std::int32_t> const number = numberOf(found.gl_pathv[i]);
-                number && *number < end)
-                numbers.push_back(*number);
         std::sort(numbers.begin(), numbers.end(), std::greater<>());
         return numbers;
     }
 
 private:
+    bool exists(std::int32_t number) const { return access(path(number).c_str(), F_OK) == 0; }
+
+    /// False where the directory may not be listed, or the locale cannot read the name.
+    bool list(std::vector<std::int32_t>& numbers, std::int32_t end) const {
+        glob_t found{};
+        std::unique_ptr<glob_t, void (*)(glob_t*)> const owner(&found, globfree);
+        int const result = glob((literal(m_before) + "*" + literal(m_after)).c_str(), GLOB_NOSORT,
+                                file::stopWithoutMemory, &found);
+        if (result == GLOB_NOSPACE || result == GLOB_ABORTED)
+            throw std::bad_alloc();
+        if (result != 0)
+            return false;
+        for (std::size_t i = 0; i < found.gl_pathc; ++i)
+            if (std::optional<std::int32_t> const number = numberOf(found.gl_pathv[i]);
+                number && *number < end)
+                numbers.push_back(*number);
+        return true;
+    }
+
     /// A glob pattern that matches just this text.
     static std::string literal(std::string const& text) {
         std::string pattern;

@@ -29,8 +29,8 @@ public:
     /// Appends whole lines in one write. False when not all of them could be written.
     bool append(std::string_view lines);
 
-    /// Opens the path anew, with all missing directories. What names another file that cannot be opened leaves the
-    /// open one as it is. False when no file is open then.
+    /// Opens the path anew, with all missing directories. What names another file that cannot be opened
+    /// leaves the open one as it is. False when no file is open then.
     bool reopen();
 
     /// Moves the file into the first of `backups` numbered generations beside it, each older one a generation
@@ -46,8 +46,8 @@ private:
     bool m_endsInFragment = false;
 };
 
-/// The right to rotate the file that a path names, which one process has at a time. It is never waited for, and
-/// where its lock cannot be made or a stranger occupies its name, everybody has it.
+/// The right to rotate the file that a path names, which one process has at a time. It is never waited for,
+/// and where its lock cannot be made or a stranger occupies its name, everybody has it.
 class RotationRight {
 public:
     explicit RotationRight(std::string const& path) : m_lock(path, file::FileLock::Wait::none) {}
