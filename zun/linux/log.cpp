@@ -22,11 +22,7 @@ using logger::LogLevel;
 /// hand over a message in pieces.
 class AFrontDoor {
 public:
-    /// Before there is a logger every report is passed on to the one that it makes.
-    static bool passes(LogLevel level) {
-        ILogger const* const existing = ILogger::m_pLogger;
-        return !existing || existing->passes(level);
-    }
+    static bool passes(LogLevel level) { return ILogger::passes(level); }
 
     static void report(LogLevel level, wchar_t const* group, wchar_t const* message,
                        wchar_t const* before = L"", wchar_t const* after = L"") {

@@ -111,6 +111,7 @@ void ILogger::writeLine(LogLevel level, BuildLine const& buildLine) {
 }
 
 ILogger* ILogger::m_pLogger = nullptr;
+constinit std::atomic<std::int32_t> ILogger::m_minLogLevel{Info};
 
 ILogger::ILogger() : m_state(std::make_unique<State>()) {}
 
@@ -126,6 +127,7 @@ ILogger* ILogger::GetLogger() {
 
 void ILogger::FreeLogger() {
     delete std::exchange(m_pLogger, nullptr);
+    m_minLogLevel = Info;
 }
 
 bool ILogger::attach(std::wstring const& path) {

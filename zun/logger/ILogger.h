@@ -146,7 +146,7 @@ private:
     class Hold;
 
     /// False for a level below the minimum. Takes no lock.
-    bool passes(LogLevel level) const { return level >= m_minLogLevel.load(std::memory_order_relaxed); }
+    static bool passes(LogLevel level) { return level >= m_minLogLevel.load(std::memory_order_relaxed); }
 
     /// Writes a line that `buildLine` appends to its prefix, when the gate is open for the level.
     template <typename BuildLine>
@@ -158,8 +158,10 @@ private:
 
     static ILogger* m_pLogger;
 
+    /// Of the one logger, and while there is none. Not exported, so that a look at it is one load.
+    [[gnu::visibility("hidden")]] static std::atomic<std::int32_t> m_minLogLevel;
+
     std::atomic<bool> m_bStopped{true};
-    std::atomic<std::int32_t> m_minLogLevel{Info};
     std::unique_ptr<State> const m_state;
 };
 

@@ -4,9 +4,7 @@
 #include <zun/platform/helper/CommonHelper.h>
 
 #include <atomic>
-#include <charconv>
-#include <iterator>
-#include <limits>
+#include <cstdio>
 #include <pthread.h>
 #include <unistd.h>
 #include <vector>
@@ -14,12 +12,6 @@
 namespace orvane_com::zun::logger {
 
 namespace {
-
-template <typename Number>
-void appendDecimal(std::string& line, Number number) {
-    char room[std::numeric_limits<Number>::digits10 + 2];
-    line.append(room, std::to_chars(std::begin(room), std::end(room), number).ptr);
-}
 
 /// 0 where it is not known. Kept because asking the system for it takes as long as building a line.
 std::atomic<pid_t> knownProcess{0};
@@ -41,9 +33,30 @@ pid_t process() {
     return number;
 }
 
-/// A thread's handle is an integer on one system and a pointer on the other.
-unsigned long threadNumber() {
-    return (unsigned long)pthread_self();
+/// What a thread's lines have behind their time: " [process]  (thread) ".
+struct Origin {
+    pid_t process = 0;
+    int processEnd = 0;
+    int end = 0;
+    char text[64] = {};
+};
+
+void format(Origin& origin, pid_t process) {
+    origin.process = process;
+    origin.processEnd = std::snprintf(origin.text, sizeof origin.text, " [%ld] ", static_cast<long>(process));
+    // A thread's handle is an integer on one system and a pointer on the other.
+    origin.end =
+        origin.processEnd + std::snprintf(origin.text + origin.processEnd,
+                                          sizeof origin.text - static_cast<std::size_t>(origin.processEnd),
+                                          " (%lu) ", (unsigned long)pthread_self());
+}
+
+/// The calling thread's, kept until the process forks.
+Origin const& threadOrigin() {
+    thread_local constinit Origin origin;
+    if (pid_t const current = process(); current != origin.process)
+        format(origin, current);
+    return origin;
 }
 
 /// Fills the text's argument places. An argument goes in front of the first place, then the first place of
@@ -63,10 +76,9 @@ void fillPlaces(std::wstring& text, std::vector<std::wstring> const& arguments) 
 
 void LogLine::begin() {
     clear();
-    addTimeAndProcess();
-    m_text += " (";
-    appendDecimal(m_text, threadNumber());
-    m_text += ") ";
+    helper::appendTimeStamp(m_text);
+    Origin const& origin = threadOrigin();
+    m_text.append(origin.text, static_cast<std::size_t>(origin.end));
 }
 
 void LogLine::addText(std::wstring_view text) {
@@ -92,8 +104,9 @@ void LogLine::addCatalogMessage(LogLevel level, eComponent component, long id, M
 
 void LogLine::setRotationNote() {
     clear();
-    addTimeAndProcess();
-    m_text += "Rotating log files";
+    helper::appendTimeStamp(m_text);
+    Origin const& origin = threadOrigin();
+    m_text.append(origin.text, static_cast<std::size_t>(origin.processEnd)).append("Rotating log files");
     end();
 }
 
@@ -107,13 +120,6 @@ void LogLine::clear() {
     if (m_text.capacity() > kept)
         std::string().swap(m_text); // an assignment would keep the room
     m_text.clear();
-}
-
-void LogLine::addTimeAndProcess() {
-    helper::appendTimeStamp(m_text);
-    m_text += " [";
-    appendDecimal(m_text, process());
-    m_text += "] ";
 }
 
 /// Right-aligned in the width of the line's source field.

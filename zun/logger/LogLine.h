@@ -43,7 +43,6 @@ public:
 
 private:
     void clear();
-    void addTimeAndProcess();
     void addSource(std::initializer_list<std::wstring_view> pieces);
 
     std::string m_text;

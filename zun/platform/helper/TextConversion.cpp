@@ -2,8 +2,11 @@
 
 #include <utf8.h>
 
+#include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <string>
+#include <type_traits>
 
 namespace orvane_com::zun::helper {
 
@@ -13,37 +16,77 @@ namespace {
 
 constexpr char32_t replacement = 0xFFFD;
 
+/// What is looked at, and converted, at once where text is ASCII: the compiler makes vectors of it.
+constexpr std::size_t stride = 16;
+
 bool isScalarValue(char32_t character) {
     return character < 0xD800 || (character > 0xDFFF && character <= 0x10FFFF);
 }
 
-std::wstring validToWide(std::string_view utf8) {
-    std::wstring wide;
-    wide.reserve(utf8.size());
+/// Whether the stride from `from` is ASCII. It is copied to `to` in any case.
+template <typename From, typename To>
+bool convertAscii(From const* from, To* to) {
+    using Element = std::make_unsigned_t<From>;
+    Element elements[stride]; // of our own: `to` could be where `from` is
+    std::memcpy(elements, from, sizeof elements);
+    Element all = 0;
+    for (Element const element : elements)
+        all |= element;
+    for (std::size_t i = 0; i < stride; ++i)
+        to[i] = static_cast<To>(elements[i]);
+    return all < 0x80;
+}
+
+/// Returns the end of what was written to `utf8`, which has room for four bytes an element.
+char* encode(std::wstring_view wide, char* utf8) {
+    wchar_t const* next = wide.data();
+    wchar_t const* const end = next + wide.size();
+    while (next != end) {
+        for (; static_cast<std::size_t>(end - next) >= stride && convertAscii(next, utf8); next += stride)
+            utf8 += stride;
+        wchar_t const* const pause = next + std::min(stride, static_cast<std::size_t>(end - next));
+        for (; next != pause; ++next) {
+            auto const character = static_cast<char32_t>(*next);
+            if (character < 0x80)
+                *utf8++ = static_cast<char>(character);
+            else
+                utf8 = utf8::unchecked::append(isScalarValue(character) ? character : replacement, utf8);
+        }
+    }
+    return utf8;
+}
+
+void appendValid(std::wstring& wide, std::string_view utf8) {
+    wide.reserve(wide.size() + utf8.size());
     utf8::unchecked::utf8to32(utf8.begin(), utf8.end(), std::back_inserter(wide));
-    return wide;
 }
 
 } // namespace
 
 std::wstring toWide(std::string_view utf8) {
-    if (utf8::find_invalid(utf8.begin(), utf8.end()) == utf8.end())
-        return validToWide(utf8);
-    std::string mended;
-    utf8::replace_invalid(utf8.begin(), utf8.end(), std::back_inserter(mended), replacement);
-    return validToWide(mended);
+    std::wstring wide(utf8.size(), L'\0');
+    std::size_t ascii = 0;
+    while (utf8.size() - ascii >= stride && convertAscii(utf8.data() + ascii, wide.data() + ascii))
+        ascii += stride;
+    wide.resize(ascii);
+    utf8.remove_prefix(ascii);
+    if (utf8::find_invalid(utf8.begin(), utf8.end()) == utf8.end()) {
+        appendValid(wide, utf8);
+    } else {
+        std::string mended;
+        utf8::replace_invalid(utf8.begin(), utf8.end(), std::back_inserter(mended), replacement);
+        appendValid(wide, mended);
+    }
+    return wide;
 }
 
 void appendNarrow(std::string& utf8, std::wstring_view wide) {
-    std::size_t const start = utf8.size();
-    utf8.resize(start + wide.size());
-    std::size_t ascii = 0;
-    for (; ascii < wide.size() && static_cast<char32_t>(wide[ascii]) < 0x80; ++ascii)
-        utf8[start + ascii] = static_cast<char>(wide[ascii]);
-    utf8.resize(start + ascii);
-    for (wchar_t const element : wide.substr(ascii)) {
-        auto const character = static_cast<char32_t>(element);
-        utf8::unchecked::append(isScalarValue(character) ? character : replacement, std::back_inserter(utf8));
+    constexpr std::size_t atOnce = 256;
+    char bytes[4 * atOnce];
+    while (!wide.empty()) {
+        std::wstring_view const next = wide.substr(0, atOnce);
+        utf8.append(bytes, static_cast<std::size_t>(encode(next, bytes) - bytes));
+        wide.remove_prefix(next.size());
     }
 }
 

@@ -7,7 +7,7 @@ namespace orvane_com::zun::helper {
 
 namespace {
 
-/// The text of one second: what the lines of that second share.
+/// The stamp of one moment, of which the lines of its second share all but the last three digits.
 struct Second {
     std::time_t time = -1;
     std::size_t length = 0;
@@ -22,7 +22,7 @@ void format(Second& second, std::time_t time) {
     tzset(); // localtime_r(3) need not notice a changed time zone
     std::tm local{};
     localtime_r(&time, &local);
-    second.length = std::strftime(second.text, sizeof(second.text), "%Y-%m-%d %H:%M:%S", &local);
+    second.length = std::strftime(second.text, sizeof(second.text), "%Y-%m-%d %H:%M:%S.000", &local);
     second.time = time;
 }
 
@@ -36,8 +36,11 @@ void appendTimeStamp(std::string& text) {
     if (std::time_t const time = system_clock::to_time_t(whole); time != second.time)
         format(second, time);
     auto const thousandths = static_cast<long>((now - whole).count());
-    char const fraction[] = {'.', digit(thousandths / 100), digit(thousandths / 10), digit(thousandths)};
-    text.append(second.text, second.length).append(fraction, sizeof(fraction));
+    char* const fraction = second.text + second.length - 3;
+    fraction[0] = digit(thousandths / 100);
+    fraction[1] = digit(thousandths / 10);
+    fraction[2] = digit(thousandths);
+    text.append(second.text, second.length);
 }
 
 std::wstring timeStamp() {
