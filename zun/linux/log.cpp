@@ -11,6 +11,7 @@
 #include <iterator>
 #include <memory>
 #include <new>
+#include <string_view>
 #include <type_traits>
 
 namespace logger = orvane_com::zun::logger;
@@ -25,7 +26,7 @@ public:
     static bool passes(LogLevel level) { return ILogger::passes(level); }
 
     static void report(LogLevel level, wchar_t const* group, wchar_t const* message,
-                       wchar_t const* before = L"", wchar_t const* after = L"") {
+                       std::wstring_view before = {}, std::wstring_view after = {}) {
         requireTexts(group, message);
         if (passes(level))
             write(level, group, message, before, after);
@@ -33,7 +34,7 @@ public:
 
 private:
     [[gnu::noinline]] static void write(LogLevel level, wchar_t const* group, wchar_t const* message,
-                                        wchar_t const* before, wchar_t const* after) {
+                                        std::wstring_view before, std::wstring_view after) {
         // There may be no memory for the logger itself.
         orvane_com::zun::file::attempt([&] {
             ILogger::GetLogger()->writeGroupLine(level, group, {before, message, after});

@@ -22,13 +22,21 @@ namespace orvane_com::zun::logger {
 using file::attempt;
 using file::ErrnoKeeper;
 
-std::wstring const log_debug(levelTags[Debug]);
-std::wstring const log_info(levelTags[Info]);
-std::wstring const log_notice(levelTags[Notice]);
-std::wstring const log_warn(levelTags[Warn]);
-std::wstring const log_err(levelTags[Err]);
-std::wstring const log_crit(levelTags[Crit]);
-std::wstring const log_emer(levelTags[Emer]);
+namespace {
+
+std::wstring levelTag(LogLevel level) {
+    return {L' ', L'[', static_cast<wchar_t>(levelLetter(level)), L']', L' '};
+}
+
+} // namespace
+
+std::wstring const log_debug = levelTag(Debug);
+std::wstring const log_info = levelTag(Info);
+std::wstring const log_notice = levelTag(Notice);
+std::wstring const log_warn = levelTag(Warn);
+std::wstring const log_err = levelTag(Err);
+std::wstring const log_crit = levelTag(Crit);
+std::wstring const log_emer = levelTag(Emer);
 
 std::wstring const default_log_file = L"/tmp/zun.log";
 std::wstring const default_log_prefix = L" [Agent] ";
@@ -182,7 +190,7 @@ void ILogger::logMessage(LogLevel const& level, eComponent const& component, lon
 }
 
 std::wstring ILogger::getLogLevelString(LogLevel const& level) {
-    return std::wstring(levelTag(level));
+    return levelTag(level);
 }
 
 std::wstring ILogger::getComponent(eComponent const& component) {

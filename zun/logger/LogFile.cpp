@@ -45,7 +45,7 @@ std::optional<Look> lookWithTimeStamps(std::string const& path) {
 std::optional<Look> lookAt(std::string const& path) {
     static std::atomic<bool> isRefused{false}; // by the kernel, or by a filter of system calls
     if (!isRefused.load(std::memory_order_relaxed)) {
-        struct statx status {};
+        struct statx status;
         if (statx(AT_FDCWD, path.c_str(), 0, STATX_TYPE | STATX_INO | STATX_SIZE, &status) == 0)
             return Look{makedev(status.stx_dev_major, status.stx_dev_minor),
                         static_cast<ino_t>(status.stx_ino), static_cast<std::int64_t>(status.stx_size)};

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <iterator>
 #include <pthread.h>
 #include <unistd.h>
 #include <vector>
@@ -87,15 +88,22 @@ void LogLine::addText(std::wstring_view text) {
 
 void LogLine::addGroupMessage(LogLevel level, std::wstring_view group,
                               std::initializer_list<std::wstring_view> message) {
-    addSource({L"[", group, L"]"});
-    addText(levelTag(level));
+    padSource(group.size() + std::size("[]") - 1);
+    m_text += '[';
+    addText(group);
+    m_text += ']';
+    addLevel(level);
     for (std::wstring_view const piece : message)
         addText(piece);
 }
 
 void LogLine::addCatalogMessage(LogLevel level, eComponent component, long id, MultiArgs const& arguments) {
-    addSource({L" [", componentName(component), L"] "});
-    addText(levelTag(level));
+    std::wstring_view const name = componentName(component);
+    padSource(name.size() + std::size(" [] ") - 1);
+    m_text += " [";
+    addText(name);
+    m_text += "] ";
+    addLevel(level);
     std::wstring text;
     MessageResource(id).getRawMessage(text);
     fillPlaces(text, arguments.get());
@@ -122,16 +130,16 @@ void LogLine::clear() {
     m_text.clear();
 }
 
-/// Right-aligned in the width of the line's source field.
-void LogLine::addSource(std::initializer_list<std::wstring_view> pieces) {
+/// What is to follow stands at the right of the line's source field.
+void LogLine::padSource(std::size_t length) {
     constexpr std::size_t width = 12;
-    std::size_t length = 0;
-    for (std::wstring_view const piece : pieces)
-        length += piece.size();
     if (length < width)
         m_text.append(width - length, ' ');
-    for (std::wstring_view const piece : pieces)
-        addText(piece);
+}
+
+void LogLine::addLevel(LogLevel level) {
+    char const tag[] = {' ', '[', levelLetter(level), ']', ' '};
+    m_text.append(tag, sizeof tag);
 }
 
 } // namespace orvane_com::zun::logger

@@ -2,20 +2,16 @@
 
 #include <zun/logger/ILogger.h>
 
-#include <array>
+#include <cstddef>
 #include <initializer_list>
 #include <string>
 #include <string_view>
 
 namespace orvane_com::zun::logger {
 
-/// Indexed by LogLevel. Threads may log while the process ends, when strings made of these are gone already.
-inline constexpr std::array<std::wstring_view, 7> levelTags = {L" [D] ", L" [I] ", L" [N] ", L" [W] ",
-                                                               L" [E] ", L" [C] ", L" [X] "};
-
-/// That of Info for a level that is none.
-constexpr std::wstring_view levelTag(LogLevel level) {
-    return levelTags[static_cast<std::size_t>(level >= Debug && level <= Emer ? level : Info)];
+/// What stands in the level's tag; that of Info for a level that is none.
+constexpr char levelLetter(LogLevel level) {
+    return "DINWECX"[level >= Debug && level <= Emer ? level : Info];
 }
 
 /// A log line in the making, as UTF-8, in room that is kept from line to line. Used under the logger's lock.
@@ -43,7 +39,8 @@ public:
 
 private:
     void clear();
-    void addSource(std::initializer_list<std::wstring_view> pieces);
+    void padSource(std::size_t length);
+    void addLevel(LogLevel level);
 
     std::string m_text;
 };

@@ -27,13 +27,13 @@ bool isScalarValue(char32_t character) {
 template <typename From, typename To>
 bool convertAscii(From const* from, To* to) {
     using Element = std::make_unsigned_t<From>;
-    Element elements[stride]; // of our own: `to` could be where `from` is
-    std::memcpy(elements, from, sizeof elements);
     Element all = 0;
-    for (Element const element : elements)
-        all |= element;
     for (std::size_t i = 0; i < stride; ++i)
-        to[i] = static_cast<To>(elements[i]);
+        all |= static_cast<Element>(from[i]);
+    To converted[stride]; // by itself: `to` could be where `from` is, for all the compiler knows
+    for (std::size_t i = 0; i < stride; ++i)
+        converted[i] = static_cast<To>(static_cast<Element>(from[i]));
+    std::memcpy(to, converted, sizeof converted);
     return all < 0x80;
 }
 
