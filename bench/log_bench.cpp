@@ -1,11 +1,12 @@
-// One log line with one file attached, and one that the level filters out, beside what others take for the
-// same.
+// One log line with one file attached, one of many writers' lines, and one that the level filters out, beside
+// what others take for the same.
 
 #include <zun/linux/log.h>
 #include <zun/logger/ILogger.h>
 
 #include <benchmark/benchmark.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
@@ -17,6 +18,7 @@
 #include <spdlog/spdlog.h>
 #include <string>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using orvane_com::zun::logger::ILogger;
@@ -139,6 +141,74 @@ void acceptedGlog(benchmark::State& state) {
     google::SetLogDestination(google::GLOG_INFO, "");
 }
 BENCHMARK(acceptedGlog)->Name("log_accepted_line/glog_unbuffered");
+
+struct ZunWriter {
+    void write() { logInfo(L"Agent", wideMessage); }
+
+    Directory const directory;
+    Logger const logger{directory};
+};
+
+struct SpdlogWriter {
+    void write() { logger->info(message); }
+
+    Directory const directory;
+    std::shared_ptr<spdlog::logger> const logger = rotatingLogger(directory);
+};
+
+template <typename Writer>
+void manyThreads(benchmark::State& state) {
+    static std::unique_ptr<Writer> writer; // of all threads, which begin and end their loops together
+    if (state.thread_index() == 0)
+        writer = std::make_unique<Writer>();
+    for (auto _ : state)
+        writer->write();
+    if (state.thread_index() == 0)
+        writer.reset();
+}
+BENCHMARK(manyThreads<ZunWriter>)
+    ->Name("log_many_threads/zun")
+    ->Threads(1)
+    ->Threads(2)
+    ->Threads(4)
+    ->Threads(16)
+    ->UseRealTime();
+BENCHMARK(manyThreads<SpdlogWriter>)
+    ->Name("log_many_threads/spdlog_rotating_flushed")
+    ->Threads(1)
+    ->Threads(2)
+    ->Threads(4)
+    ->Threads(16)
+    ->UseRealTime();
+
+/// An iteration is 5,000 lines of each process.
+template <typename Writer>
+void manyProcesses(benchmark::State& state) {
+    constexpr int lines = 5000;
+    Writer writer;
+    for (auto _ : state) {
+        for (std::int64_t process = 0; process < state.range(0); ++process)
+            if (fork() == 0) {
+                for (int line = 0; line < lines; ++line)
+                    writer.write();
+                _exit(0);
+            }
+        while (wait(nullptr) > 0)
+            continue;
+    }
+}
+BENCHMARK(manyProcesses<ZunWriter>)
+    ->Name("log_many_processes/zun")
+    ->ArgName("processes")
+    ->Arg(2)
+    ->Arg(4)
+    ->UseRealTime();
+BENCHMARK(manyProcesses<SpdlogWriter>)
+    ->Name("log_many_processes/spdlog_rotating_flushed")
+    ->ArgName("processes")
+    ->Arg(2)
+    ->Arg(4)
+    ->UseRealTime();
 
 void filteredZun(benchmark::State& state) {
     Directory const directory;

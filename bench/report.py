@@ -58,7 +58,7 @@ def describe_machine(build, results):
 
 
 class Measurement:
-    """The repetitions of one benchmark: nanoseconds an iteration."""
+    """The repetitions of one benchmark: nanoseconds an iteration, or bytes where the clock is "size"."""
 
     def __init__(self, clock):
         self.clock = clock
@@ -86,11 +86,14 @@ def collect(results):
             # The processor's time, the kernel's part included, is the same on a busy machine; but threads that wait
             # for each other take none.
             clock = "real" if "real_time" in parts or entry["threads"] > 1 else "cpu"
-            variant = [part for part in parts[2:] if part != "real_time"]
+            if "bytes" in entry:
+                clock = "size"
+            variant = [part for part in parts[2:] if part != "real_time" and not part.startswith("iterations:")]
             work = "/".join(parts[:1] + variant)
             who = parts[1] if len(parts) > 1 else OURS
             measurement = works.setdefault(work, {}).setdefault(who, Measurement(clock))
-            measurement.times.append(entry[clock + "_time"] * NANOSECONDS[entry["time_unit"]])
+            measurement.times.append(entry["bytes"] if clock == "size"
+                                     else entry[clock + "_time"] * NANOSECONDS[entry["time_unit"]])
     return works
 
 
@@ -99,6 +102,10 @@ def duration(nanoseconds):
         if nanoseconds >= NANOSECONDS[unit]:
             return f"{nanoseconds / NANOSECONDS[unit]:.4g} {unit}"
     return f"{nanoseconds:.3g} ns"
+
+
+def amount(value, clock):
+    return f"{value / 1024:.4g} KiB" if clock == "size" else duration(value)
 
 
 def verdict(ratio, aim):
@@ -146,8 +153,11 @@ def cells(row):
     def optional(value, form):
         return "" if value is None else form(value)
 
-    return (row["work"], row["clock"], optional(row["zun"], duration), row["peer"] or "",
-            optional(row["theirs"], duration), optional(row["ratio"], "{:.2f}".format),
+    def shown(value):
+        return amount(value, row["clock"])
+
+    return (row["work"], row["clock"], optional(row["zun"], shown), row["peer"] or "",
+            optional(row["theirs"], shown), optional(row["ratio"], "{:.2f}".format),
             optional(row["aim"], "<= {:.2f}".format), row["verdict"], f"{row['spread']:.0%}")
 
 
@@ -160,7 +170,8 @@ def explanation(machine, rows, aims, repetitions):
         f"{machine['compiler']}" + (f", load {machine['load_at_start']:.1f}" if machine["load_at_start"] else ""),
         f"Medians of {repetitions} repetitions; ratio: zun's time to the peer's; spread: slowest less fastest "
         "repetition, the wider of both.",
-        "clock: processor time with the kernel's part, or real time where several threads may wait for each other.",
+        "clock: processor time with the kernel's part, or real time where several threads may wait for each other; "
+        "sizes have none.",
         f"{verdicts.count('met')} aims met, {verdicts.count('within noise')} within noise (up to {TOLERANCE:.0%} "
         f"beyond the aim), {verdicts.count('MISSED')} missed.",
     ]
@@ -210,7 +221,7 @@ def page(works, rows, words):
         of_work = {row["peer"]: row for row in rows if row["work"] == work}
         slowest = max(measurement.median for measurement in measurements.values())
         clock = next(iter(of_work.values()))["clock"]
-        out.append(f"<h2>{html.escape(work)} <small>{clock} time</small></h2><table>")
+        out.append(f"<h2>{html.escape(work)} <small>{"bytes" if clock == "size" else clock + " time"}</small></h2><table>")
         for who, measurement in measurements.items():
             row = of_work.get(who)
             compared = ""
@@ -222,7 +233,7 @@ def page(works, rows, words):
                                  f" <small>{html.escape(row['note'])}</small>")
             out.append(f'<tr class="{"ours" if who == OURS else "peer"}"><td>{html.escape(who)}</td>'
                        f"<td>{bar(measurement.median / slowest)}</td>"
-                       f'<td class="number">{duration(measurement.median)}</td><td>{compared}</td></tr>')
+                       f'<td class="number">{amount(measurement.median, measurement.clock)}</td><td>{compared}</td></tr>')
         out.append("</table>")
     out.append("</body></html>")
     return "\n".join(out)

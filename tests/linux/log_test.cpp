@@ -116,15 +116,6 @@ TEST(LogTest, ReportsBelowTheMinimumLevelAllocateNothing) {
     EXPECT_TRUE(isDetailLoggingEnabled());
 }
 
-TEST(LogTest, AcceptedReportsAllocateNothingOnceWarm) {
-    LogCapture log;
-    logInfo(L"A", L"warm");
-    long const before = allocationCount();
-    logInfo(L"a group with a long name", L"a message");
-    logInternalError(L"a group with a long name", L"a message");
-    EXPECT_EQ(allocationCount(), before);
-}
-
 TEST(LogTest, SizeAndBackupsArePassedOn) {
     LogCapture log;
     TemporaryDirectory directory;
