@@ -221,7 +221,8 @@ def page(works, rows, words):
         of_work = {row["peer"]: row for row in rows if row["work"] == work}
         slowest = max(measurement.median for measurement in measurements.values())
         clock = next(iter(of_work.values()))["clock"]
-        out.append(f"<h2>{html.escape(work)} <small>{"bytes" if clock == "size" else clock + " time"}</small></h2><table>")
+        kind = "size" if clock == "size" else f"{clock} time"
+        out.append(f"<h2>{html.escape(work)} <small>{kind}</small></h2><table>")
         for who, measurement in measurements.items():
             row = of_work.get(who)
             compared = ""
