@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <climits>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
@@ -128,8 +129,7 @@ protected:
 
 TEST_F(DeleteFoldersTest, RemovesExactlyTheTree) {
     std::ptrdiff_t const before = openDescriptors();
-    fs::create_directories(file("[o]*/sub/.hidden directory"));
-    writeFile(file("[o]*/sub/.hidden file"), "");
+    fs::create_directories(file("[o]*/sub/empty"));
     writeFile(file("[o]*/sub/not\xff text"), "");
     fs::create_symlink(file("outside"), file("[o]*/link"));
     fs::create_symlink(file("none"), file("[o]*/sub/dangling"));
@@ -146,17 +146,36 @@ TEST_F(DeleteFoldersTest, RemovesExactlyTheTree) {
     EXPECT_EQ(openDescriptors(), before);
 }
 
+TEST_F(DeleteFoldersTest, KeepsAndReportsWhatAnEnumerationDoesNotList) {
+    fs::create_directories(file("t/a/.hidden directory/b"));
+    writeFile(file("t/a/f"), "");
+    m_log.takeLines();
+    EXPECT_FALSE(AFiler::deleteFolders(path("t")));
+    EXPECT_TRUE(fs::exists(file("t/a/.hidden directory/b")) && !fs::exists(file("t/a/f")));
+    std::string const t = file("t");
+    std::string const start = "[Filer] [E] Error trace:";
+    std::string const error = "[Filer] [E]   Directory not empty";
+    EXPECT_THAT(m_log.takeLines(),
+                ElementsAre("[FileInx] [D] glob," + t + "/*", "[FileInx] [D] glob," + t + "/a/*",
+                            "[Filer] [D] unlink," + t + "/a/f", "[Filer] [D] rmdir," + t + "/a", start,
+                            "[Filer] [E]  [rmdir," + t + "/a]->", error, "[Filer] [D] rmdir," + t, start,
+                            "[Filer] [E]  [rmdir," + t + "]->", error));
+}
+
 /// Deeper than descriptors, and than a path, may reach.
 TEST_F(DeleteFoldersTest, RemovesADeepTree) {
+    std::string const name(200, 'd');
     int const start = open(".", O_RDONLY | O_DIRECTORY);
     ASSERT_EQ(chdir(m_directory.path().c_str()), 0);
-    for (int level = 0; level < 1100; ++level)
-        ASSERT_TRUE(mkdir("deep", 0700) == 0 && chdir("deep") == 0);
+    for (int level = 0; level < 1500; ++level)
+        ASSERT_TRUE(mkdir(name.c_str(), 0700) == 0 && chdir(name.c_str()) == 0);
     writeFile("file", "");
     ASSERT_EQ(fchdir(start), 0);
     close(start);
-    EXPECT_TRUE(AFiler::deleteFolders(path("deep")));
-    EXPECT_FALSE(fs::exists(file("deep")));
+    EXPECT_TRUE(AFiler::deleteFolders(path(name.c_str())));
+    EXPECT_FALSE(fs::exists(file(name.c_str())));
+    for (std::string const& line : m_log.takeLines())
+        EXPECT_LT(line.size(), 3 * PATH_MAX) << "the work would grow with the square of the depth";
 }
 
 TEST_F(DeleteFoldersTest, LeavesTheRootDirectoryAlone) {

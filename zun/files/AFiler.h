@@ -48,9 +48,11 @@ public:
     /// The same; one that is not empty stays, which is a success too.
     static bool deleteEmptyFolder(AString const& path);
 
-    /// The directory with all that is in it, hidden names included. Symbolic links, `path` included, are
-    /// removed and not followed. A failure does not stop the removal of the rest. A path of fewer than 4
-    /// characters, or one that leads to the root directory, removes nothing and is a failure.
+    /// The directory with all that AFileIndex lists in it with "*". Symbolic links, `path` included, are
+    /// removed and not followed; wildcards in `path` are taken literally. A failure does not stop the removal
+    /// of the rest: names that begin with "." stay, and so do the directories above them, which are failures.
+    /// A path of fewer than 4 characters, or one that leads to the root directory, removes nothing and is a
+    /// failure. In traces a path longer than PATH_MAX is shown by its ends.
     static bool deleteFolders(AString const& path);
 
     /// Asks access(2). Both answers are false for a missing file; the result is false, and the answers are

@@ -1,15 +1,13 @@
-#include <zun/files/AFiler.h>
-#include <zun/files/APath.h>
-#include <zun/linux/CallTrace.h>
+#include <zun/files/CallTrace.h>
 #include <zun/files/TreeRemoval.h>
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/text/ACharString.h>
 
 #include <cerrno>
+#include <climits>
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
-#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -20,127 +18,164 @@ using orvane_com::zun::file::FileDescriptor;
 namespace {
 
 constexpr wchar_t const group[] = L"Filer";
+constexpr wchar_t const enumerationGroup[] = L"FileInx";
 
 struct CloseDirectory {
     void operator()(DIR* directory) const { closedir(directory); }
 };
 
-int openDirectory(int parent, char const* name) {
-    return openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+FileDescriptor openDirectory(int parent, std::string const& name) {
+    return FileDescriptor(
+        openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
 }
 
-/// A stream of its own on an open directory; null, with errno set, on failure.
-DIR* openForReading(int directory) {
-    int const descriptor = openDirectory(directory, ".");
-    DIR* const stream = descriptor == -1 ? nullptr : fdopendir(descriptor);
+/// Null, with errno set, on failure. The directory stays open behind the stream.
+DIR* openStream(FileDescriptor const& directory) {
+    int const copy = fcntl(directory.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    DIR* const stream = copy == -1 ? nullptr : fdopendir(copy);
     if (!stream)
-        FileDescriptor const closed(descriptor);
+        FileDescriptor const closed(copy);
     return stream;
 }
 
-bool isSymbolicLink(char const* path) {
-    struct stat status;
-    return lstat(path, &status) == 0 && S_ISLNK(status.st_mode);
-}
-
-TreeRemoval::Identity identityOf(int descriptor) {
-    struct stat status {};
-    fstat(descriptor, &status);
+TreeRemoval::Identity identityOf(struct stat const& status) {
     return {status.st_dev, status.st_ino};
 }
 
+TreeRemoval::Identity identityOf(FileDescriptor const& directory) {
+    struct stat status {};
+    fstat(directory.get(), &status);
+    return identityOf(status);
+}
+
+bool isRoot(TreeRemoval::Identity const& directory) {
+    struct stat root {};
+    return stat("/", &root) != 0 || directory == identityOf(root);
+}
+
 /// Not open, with errno set, when the name is another directory's by now.
-FileDescriptor openIfSame(int parent, char const* name, TreeRemoval::Identity const& identity) {
-    FileDescriptor directory(openDirectory(parent, name));
-    if (!directory.isOpen() || identityOf(directory.get()) == identity)
+FileDescriptor openIfSame(int parent, std::string const& name, TreeRemoval::Identity const& identity) {
+    FileDescriptor directory = openDirectory(parent, name);
+    if (!directory.isOpen() || identityOf(directory) == identity)
         return directory;
     errno = ESTALE;
     return FileDescriptor();
 }
 
-bool isDirectory(int parent, char const* name) {
+bool isDirectory(FileDescriptor const& parent, dirent const& entry) {
     struct stat status;
-    return fstatat(parent, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(status.st_mode);
+    return entry.d_type == DT_UNKNOWN
+               ? fstatat(parent.get(), entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+                     S_ISDIR(status.st_mode)
+               : entry.d_type == DT_DIR;
+}
+
+bool isSymbolicLink(std::string const& path) {
+    struct stat status;
+    return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
 }
 
 /// A "/" behind a symbolic link would follow it.
-AString withoutTrailingSlashes(AString const& path) {
-    std::wstring text = path;
-    while (text.size() > 1 && text.back() == L'/')
-        text.pop_back();
-    return text;
+std::wstring withoutTrailingSlashes(std::wstring path) {
+    while (path.size() > 1 && path.back() == L'/')
+        path.pop_back();
+    return path;
 }
 
 } // namespace
 
-TreeRemoval::TreeRemoval(AString const& path)
-    : m_top(withoutTrailingSlashes(path)), m_path(m_top.const_cpp_str()) {}
+TreeRemoval::TreeRemoval(AString const& path) : m_path(withoutTrailingSlashes(path.const_cpp_str())) {}
 
 bool TreeRemoval::run() {
-    ACharString const top(m_top);
+    std::string const top(ACharString(m_path.c_str()));
     if (isSymbolicLink(top))
-        return AFiler::deleteFile(m_top);
-    if (enter(AT_FDCWD, std::string(top))) {
-        while (!m_levels.empty()) {
-            std::vector<std::string>& subdirectories = m_levels.back().subdirectories;
-            if (subdirectories.empty()) {
-                if (!leave())
-                    return false;
-                continue;
-            }
+        remove(top, 0);
+    else
+        enter(top);
+    while (!m_levels.empty()) {
+        std::vector<std::string>& subdirectories = m_levels.back().subdirectories;
+        if (subdirectories.empty()) {
+            leave();
+        } else {
             std::string const name = std::move(subdirectories.back());
             subdirectories.pop_back();
-            if (!enter(m_current.get(), name))
-                removeDirectory(name);
+            enter(name);
         }
     }
-    return privateDeleteFolder(false, m_top) && m_allGone;
+    return m_allGone;
 }
 
-/// Makes the directory the current one and empties it of all but directories.
-bool TreeRemoval::enter(int parent, std::string const& name) {
-    std::wstring const path = m_levels.empty() ? m_path : pathOf(name).const_cpp_str();
-    CallTrace const trace(group, L"open", path.c_str());
-    FileDescriptor directory(openDirectory(parent, name.c_str()));
+/// What names are looked up in.
+int TreeRemoval::current() const {
+    return m_current.isOpen() ? m_current.get() : AT_FDCWD;
+}
+
+/// Makes the directory the current one and empties it of all but directories, or removes one that cannot be
+/// opened.
+void TreeRemoval::enter(std::string const& name) {
+    Level level{name, {}, {}, m_levels.empty() ? m_path.size() : lengthenPath(name)};
+    std::vector<std::string> files;
+    if (!open(level, files)) {
+        remove(level.name, AT_REMOVEDIR);
+        m_path.resize(level.pathSizeAbove);
+        return;
+    }
+    m_levels.push_back(std::move(level));
+    for (std::string const& file : files) {
+        std::size_t const size = lengthenPath(file);
+        remove(file, 0);
+        m_path.resize(size);
+    }
+}
+
+/// All names are read before any is removed: what readdir(3) yields of a directory that changes is not
+/// defined. The root directory is not opened, and rmdir(2) refuses it.
+bool TreeRemoval::open(Level& level, std::vector<std::string>& files) {
+    CallTrace const trace(enumerationGroup, L"glob", AString(shownPath()) << L"/*");
+    FileDescriptor directory = openDirectory(current(), level.name);
     if (!directory.isOpen()) {
         bool const isNone = errno == ENOENT || errno == ENOTDIR || errno == ELOOP;
-        logErrnoIf(group, !isNone);
+        logErrnoIf(enumerationGroup, !isNone);
         return false;
     }
-    Identity const identity = identityOf(directory.get());
-    FileDescriptor const root(openDirectory(AT_FDCWD, "/"));
-    if (!root.isOpen() || identity == identityOf(root.get())) {
-        logError(group, L"The root directory is not removed");
+    level.identity = identityOf(directory);
+    if (isRoot(level.identity))
         return false;
+    std::unique_ptr<DIR, CloseDirectory> const stream(openStream(directory));
+    while (stream) {
+        errno = 0;
+        dirent const* const entry = readdir(stream.get());
+        if (!entry)
+            break;
+        if (entry->d_name[0] != '.')
+            (isDirectory(directory, *entry) ? level.subdirectories : files).emplace_back(entry->d_name);
     }
+    logErrnoIf(enumerationGroup, errno != 0);
     m_current = std::move(directory);
-    m_path = path;
-    m_levels.push_back({identity, name, {}});
-    std::vector<std::string> files;
-    listCurrent(files, m_levels.back().subdirectories);
-    for (std::string const& file : files)
-        removeFile(file);
     return true;
 }
 
-/// Removes the current directory and makes the one above it the current one.
-bool TreeRemoval::leave() {
+/// Makes the directory above the current one the current one, and removes the one that was.
+void TreeRemoval::leave() {
     Level const left = std::move(m_levels.back());
     m_levels.pop_back();
     if (m_levels.empty()) {
         m_current = FileDescriptor();
-        return true;
+    } else {
+        FileDescriptor above = openIfSame(m_current.get(), "..", m_levels.back().identity);
+        if (!above.isOpen())
+            above = openLastFromTop();
+        if (!above.isOpen()) {
+            CallTrace const trace(group, L"rmdir", shownPath());
+            logErrno(group);
+            m_allGone = false;
+            m_levels.clear();
+            return;
+        }
+        m_current = std::move(above);
     }
-    CallTrace const trace(group, L"open", m_path.c_str(), L"..");
-    FileDescriptor parent = openIfSame(m_current.get(), "..", m_levels.back().identity);
-    if (!parent.isOpen())
-        parent = openLastFromTop();
-    if (logErrnoIf(group, !parent.isOpen()))
-        return false;
-    m_current = std::move(parent);
-    m_path.resize(m_path.rfind(L'/'));
-    removeDirectory(left.name);
-    return true;
+    remove(left.name, AT_REMOVEDIR);
+    m_path.resize(left.pathSizeAbove);
 }
 
 /// The last level's directory by the way from the top: the current one may let nobody look for "..", or have
@@ -149,45 +184,34 @@ FileDescriptor TreeRemoval::openLastFromTop() const {
     FileDescriptor directory;
     for (Level const& level : m_levels) {
         int const parent = directory.isOpen() ? directory.get() : AT_FDCWD;
-        directory = openIfSame(parent, level.name.c_str(), level.identity);
+        directory = openIfSame(parent, level.name, level.identity);
         if (!directory.isOpen())
             break;
     }
     return directory;
 }
 
-/// All of them before any is removed: what readdir(3) yields of a directory that changes is not defined.
-void TreeRemoval::listCurrent(std::vector<std::string>& files, std::vector<std::string>& subdirectories) {
-    CallTrace const trace(group, L"readdir", m_path.c_str());
-    std::unique_ptr<DIR, CloseDirectory> const directory(openForReading(m_current.get()));
-    while (directory) {
-        errno = 0;
-        dirent const* const entry = readdir(directory.get());
-        if (!entry)
-            break;
-        std::string_view const name(entry->d_name);
-        if (name == "." || name == "..")
-            continue;
-        bool const isSubdirectory = entry->d_type == DT_UNKNOWN ? isDirectory(m_current.get(), entry->d_name)
-                                                                : entry->d_type == DT_DIR;
-        (isSubdirectory ? subdirectories : files).emplace_back(name);
-    }
-    logErrnoIf(group, errno != 0);
-}
-
-void TreeRemoval::removeFile(std::string const& name) {
-    CallTrace const trace(group, L"unlink", pathOf(name));
-    if (unlinkat(m_current.get(), name.c_str(), 0) != 0 && logErrnoIf(group, errno != ENOENT))
+/// What m_path names, by its name in the current directory.
+void TreeRemoval::remove(std::string const& name, int flags) {
+    CallTrace const trace(group, flags == AT_REMOVEDIR ? L"rmdir" : L"unlink", shownPath());
+    bool const isGone = unlinkat(current(), name.c_str(), flags) == 0 || errno == ENOENT ||
+                        (flags == AT_REMOVEDIR && errno == ENOTDIR);
+    if (logErrnoIf(group, !isGone))
         m_allGone = false;
 }
 
-void TreeRemoval::removeDirectory(std::string const& name) {
-    CallTrace const trace(group, L"rmdir", pathOf(name));
-    if (unlinkat(m_current.get(), name.c_str(), AT_REMOVEDIR) != 0 &&
-        logErrnoIf(group, errno != ENOENT && errno != ENOTDIR))
-        m_allGone = false;
+/// Returns the size it had.
+std::size_t TreeRemoval::lengthenPath(std::string const& name) {
+    std::size_t const size = m_path.size();
+    (m_path += L'/') += helper::toWide(name);
+    return size;
 }
 
-AString TreeRemoval::pathOf(std::string const& name) const {
-    return APath(m_path, helper::toWide(name));
+/// For a trace. A path that is longer than the system takes is shown by its ends: traces would else make the
+/// work grow with the square of the depth.
+AString TreeRemoval::shownPath() const {
+    constexpr std::size_t longest = PATH_MAX;
+    if (m_path.size() <= longest)
+        return m_path;
+    return m_path.substr(0, longest / 2) + L" ... " + m_path.substr(m_path.size() - longest / 2);
 }

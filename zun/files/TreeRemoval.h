@@ -7,9 +7,11 @@
 #include <sys/types.h>
 #include <vector>
 
-/// Removes a directory and all that is in it, however deep and whatever others do to it meanwhile: it goes
-/// down by descriptors that follow no symbolic link, and on the way up makes sure that it comes back to where
-/// it was. Two descriptors are open at a time. Failures are logged under "Filer".
+/// Removes a directory and all that an enumeration with "*" lists in it, however deep and whatever others do
+/// to it meanwhile: it goes down by descriptors that follow no symbolic link, and on the way up makes sure
+/// that it comes back to where it was. Three descriptors are open at a time, and the work grows with what is
+/// there, not with the length of the paths. Failures are logged, enumerations under "FileInx" and removals
+/// under "Filer".
 class TreeRemoval {
 public:
     explicit TreeRemoval(AString const& path);
@@ -28,20 +30,21 @@ public:
 private:
     /// A directory on the way from the top to the current one.
     struct Level {
-        Identity identity;
         std::string name;
+        Identity identity;
         std::vector<std::string> subdirectories;
+        std::size_t pathSizeAbove;
     };
 
-    bool enter(int parent, std::string const& name);
-    bool leave();
+    int current() const;
+    void enter(std::string const& name);
+    bool open(Level& level, std::vector<std::string>& files);
+    void leave();
     orvane_com::zun::file::FileDescriptor openLastFromTop() const;
-    void listCurrent(std::vector<std::string>& files, std::vector<std::string>& subdirectories);
-    void removeFile(std::string const& name);
-    void removeDirectory(std::string const& name);
-    AString pathOf(std::string const& name) const;
+    void remove(std::string const& name, int flags);
+    std::size_t lengthenPath(std::string const& name);
+    AString shownPath() const;
 
-    AString m_top;
     std::wstring m_path;
     orvane_com::zun::file::FileDescriptor m_current;
     std::vector<Level> m_levels;
