@@ -3,15 +3,20 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <string>
 #include <tests/support/LogCapture.h>
 #include <tests/support/TemporaryDirectory.h>
+#include <tests/support/Utf8Locale.h>
 
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::IsEmpty;
 using testing::Pair;
 
@@ -51,6 +56,28 @@ TEST(AFileIndexTest, NoMatchIsLoggedOnDemand) {
     EXPECT_THAT(log.takeLinesAboveDebug(),
                 ElementsAre("[FileInx] [E] Error trace:", "[FileInx] [E]  [glob,/none/*]->",
                             "[FileInx] [E]   No such file or directory"));
+}
+
+TEST(AFileIndexTest, ANameThatTheLocaleCannotExpressIsTakenAsUtf8) {
+    TemporaryDirectory directory;
+    LogCapture log;
+    auto const names = [&] {
+        AFileIndex index(true, directory.wideFile("").c_str(), L"*");
+        std::set<std::wstring> found;
+        for (AString name; index.moveNext(nullptr, nullptr, &name, nullptr);)
+            found.insert(name);
+        return found;
+    };
+    writeFile(directory.file("\xc3\xa4"), "");
+    std::filesystem::create_directory(directory.file("d\xff"));
+    std::setlocale(LC_ALL, "C");
+    EXPECT_THAT(names(), ElementsAre(L"d\xfffd", L"\xe4"));
+    std::string const report = "The locale cannot express the file name " + directory.file("");
+    EXPECT_THAT(log.takeLinesAboveDebug(), Contains(EndsWith(report + "\xc3\xa4")));
+    ASSERT_TRUE(std::setlocale(LC_ALL, utf8Locale));
+    EXPECT_THAT(names(), ElementsAre(L"d\xfffd", L"\xe4"));
+    EXPECT_THAT(log.takeLinesAboveDebug(),
+                ElementsAre("[FileInx] [E] Error trace:", EndsWith(report + "d\xef\xbf\xbd/")));
 }
 
 } // namespace

@@ -2,14 +2,43 @@
 #include <zun/files/APath.h>
 #include <zun/linux/CallTrace.h>
 #include <zun/platform/file/GlobErrors.h>
+#include <zun/platform/helper/CommonHelper.h>
 #include <zun/text/ACharString.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cwchar>
 #include <string>
+#include <string_view>
+
+namespace helper = orvane_com::zun::helper;
 
 namespace {
 
 constexpr wchar_t const group[] = L"FileInx";
+
+/// A character of its own in every locale.
+bool isPlain(char byte) {
+    return static_cast<signed char>(byte) > 0;
+}
+
+/// As the locale has it. A name that the locale cannot express is reported and taken as UTF-8.
+void widen(char const* path, std::wstring& text) {
+    std::string_view const bytes(path);
+    text.resize(bytes.size());
+    if (std::all_of(bytes.begin(), bytes.end(), isPlain)) {
+        std::copy(bytes.begin(), bytes.end(), text.begin());
+        return;
+    }
+    std::mbstate_t state{};
+    std::size_t const count = std::mbsrtowcs(text.data(), &path, text.size(), &state);
+    if (count != static_cast<std::size_t>(-1)) {
+        text.resize(count);
+        return;
+    }
+    text = helper::toWide(bytes);
+    logError(group, (L"The locale cannot express the file name " + text).c_str());
+}
 
 } // namespace
 
@@ -48,19 +77,21 @@ bool AFileIndex::open(bool complainIfNone, wchar_t const* directory, wchar_t con
 bool AFileIndex::moveNext(AString* path, bool* isDirectory, AString* name, unsigned long* size) {
     if (!m_next || !*m_next)
         return false;
-    AString match(*m_next);
-    std::wstring& text = match.cpp_str();
-    bool const marked = !text.empty() && text.back() == L'/';
-    if (marked)
+    AString match;
+    std::wstring& text = (path ? *path : match).cpp_str();
+    if (path || name)
+        widen(*m_next, text);
+    bool const marked = std::string_view(*m_next).ends_with('/');
+    if (marked && !text.empty())
         text.pop_back();
     if (isDirectory)
         *isDirectory = marked;
-    if (name)
-        splitPath(match, nullptr, name);
+    if (name) {
+        std::size_t const slash = text.rfind(L'/');
+        name->cpp_str().assign(text, slash == std::wstring::npos ? text.size() : slash + 1);
+    }
     if (size)
         *size = 0;
-    if (path)
-        *path = std::move(match);
     ++m_next;
     return true;
 }

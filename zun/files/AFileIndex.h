@@ -24,8 +24,9 @@ public:
     bool open(bool complainIfNone, wchar_t const* directory, wchar_t const* pattern);
 
     /// The next match: its path with the directory as it was given, whether it is a directory (or a link to
-    /// one), its name, and 0 for a size. Each may be null. False after the last one. A std::bad_alloc leaves
-    /// the match for the next call.
+    /// one), its name, and 0 for a size. Each may be null. A text that the locale cannot express is taken as
+    /// UTF-8, malformed bytes as U+FFFD, and reported. False after the last one. A std::bad_alloc leaves the
+    /// match for the next call.
     bool moveNext(AString* path, bool* isDirectory, AString* name, unsigned long* size);
 
     /// Ends the enumeration.
