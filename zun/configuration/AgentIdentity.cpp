@@ -5,7 +5,6 @@
 
 #include <array>
 #include <cstring>
-#include <exception>
 #include <memory>
 
 namespace orvane_com::zun::configuration {
@@ -53,7 +52,7 @@ bool IConfiguration::GetServerKeyHash(std::wstring& hash) const {
 std::wstring IConfiguration::GetAgentHotFixVersion() const {
     try {
         return readConfigurationFile(configurationFile())->GetRoot().GetElement(L"HotFixVersions").GetValue();
-    } catch (std::exception const&) {
+    } catch (...) {
         return {};
     }
 }

@@ -13,26 +13,34 @@
 
 namespace orvane_com::zun::configuration {
 
-std::wstring const separator = L"/";
-std::wstring const zun_software_id = L"XOQAGENT3700MACX";
-std::wstring const metaagent_software_id = L"XOQAGENT3000META";
-std::wstring const agent_config_file = L"config.xml";
-std::wstring const framework_data_dir_name = L"scratch";
-std::wstring const siteinfo_file_name = L"siteinfo.ini";
-std::wstring const agent_data_dir_name = L"AgentDB";
-std::wstring const agent_archive_dir_name = L"AgArchv";
-std::wstring const agent_unpack_dir_name = L"AgUnpack";
-std::wstring const policy_dir_name = L"Policy";
-std::wstring const task_dir_name = L"Task";
-std::wstring const event_dir_name = L"Event";
-std::wstring const agent_ini_name = L"agent.ini";
-std::wstring const registry_ini_name = L"registry.ini";
-std::wstring const bin_dir_name = L"bin";
-std::wstring const lib_dir_name = L"lib";
-std::wstring const zun_config_dir = L"/etc/zun.d";
-std::wstring const base_log_file = L"/var/log/zun/log";
-std::wstring const updater_temp_dir = L"updater";
-std::wstring const agent_binary_dir_name = L"bin";
+namespace {
+
+std::wstring const& lasting(wchar_t const* text) {
+    return *new std::wstring(text);
+}
+
+} // namespace
+
+std::wstring const& separator = lasting(L"/");
+std::wstring const& zun_software_id = lasting(L"XOQAGENT3700MACX");
+std::wstring const& metaagent_software_id = lasting(L"XOQAGENT3000META");
+std::wstring const& agent_config_file = lasting(L"config.xml");
+std::wstring const& framework_data_dir_name = lasting(L"scratch");
+std::wstring const& siteinfo_file_name = lasting(L"siteinfo.ini");
+std::wstring const& agent_data_dir_name = lasting(L"AgentDB");
+std::wstring const& agent_archive_dir_name = lasting(L"AgArchv");
+std::wstring const& agent_unpack_dir_name = lasting(L"AgUnpack");
+std::wstring const& policy_dir_name = lasting(L"Policy");
+std::wstring const& task_dir_name = lasting(L"Task");
+std::wstring const& event_dir_name = lasting(L"Event");
+std::wstring const& agent_ini_name = lasting(L"agent.ini");
+std::wstring const& registry_ini_name = lasting(L"registry.ini");
+std::wstring const& bin_dir_name = lasting(L"bin");
+std::wstring const& lib_dir_name = lasting(L"lib");
+std::wstring const& zun_config_dir = lasting(L"/etc/zun.d");
+std::wstring const& base_log_file = lasting(L"/var/log/zun/log");
+std::wstring const& updater_temp_dir = lasting(L"updater");
+std::wstring const& agent_binary_dir_name = lasting(L"bin");
 
 namespace {
 
@@ -88,7 +96,7 @@ bool IConfiguration::SetConfigurationDirectory(std::wstring const& directory) {
         m_updaterDataTemporaryDirectory = m_updaterDataDirectory + L"/tmp/";
         // The file has no language of its own: by agreement this element serves for both.
         m_languageId = root.GetElement(L"UpdaterDataDir").GetValue();
-    } catch (std::exception const&) {
+    } catch (...) {
         throw ConfigurationException(L"xml parser croaked", L"IConfiguration::IConfiguration", -1);
     }
     m_installLocation = installedPath;

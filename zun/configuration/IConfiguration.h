@@ -10,27 +10,28 @@
 
 namespace orvane_com::zun::configuration {
 
-/// The names that the agent's directories and files are made of.
-extern ZUN_API std::wstring const separator;
-extern ZUN_API std::wstring const zun_software_id;
-extern ZUN_API std::wstring const metaagent_software_id;
-extern ZUN_API std::wstring const agent_config_file;
-extern ZUN_API std::wstring const framework_data_dir_name;
-extern ZUN_API std::wstring const siteinfo_file_name;
-extern ZUN_API std::wstring const agent_data_dir_name;
-extern ZUN_API std::wstring const agent_archive_dir_name;
-extern ZUN_API std::wstring const agent_unpack_dir_name;
-extern ZUN_API std::wstring const policy_dir_name;
-extern ZUN_API std::wstring const task_dir_name;
-extern ZUN_API std::wstring const event_dir_name;
-extern ZUN_API std::wstring const agent_ini_name;
-extern ZUN_API std::wstring const registry_ini_name;
-extern ZUN_API std::wstring const bin_dir_name;
-extern ZUN_API std::wstring const lib_dir_name;
-extern ZUN_API std::wstring const zun_config_dir;
-extern ZUN_API std::wstring const base_log_file;
-extern ZUN_API std::wstring const updater_temp_dir;
-extern ZUN_API std::wstring const agent_binary_dir_name;
+/// The names that the agent's directories and files are made of. They are never destroyed: threads may use
+/// them, and the configuration, while the process ends.
+extern ZUN_API std::wstring const& separator;
+extern ZUN_API std::wstring const& zun_software_id;
+extern ZUN_API std::wstring const& metaagent_software_id;
+extern ZUN_API std::wstring const& agent_config_file;
+extern ZUN_API std::wstring const& framework_data_dir_name;
+extern ZUN_API std::wstring const& siteinfo_file_name;
+extern ZUN_API std::wstring const& agent_data_dir_name;
+extern ZUN_API std::wstring const& agent_archive_dir_name;
+extern ZUN_API std::wstring const& agent_unpack_dir_name;
+extern ZUN_API std::wstring const& policy_dir_name;
+extern ZUN_API std::wstring const& task_dir_name;
+extern ZUN_API std::wstring const& event_dir_name;
+extern ZUN_API std::wstring const& agent_ini_name;
+extern ZUN_API std::wstring const& registry_ini_name;
+extern ZUN_API std::wstring const& bin_dir_name;
+extern ZUN_API std::wstring const& lib_dir_name;
+extern ZUN_API std::wstring const& zun_config_dir;
+extern ZUN_API std::wstring const& base_log_file;
+extern ZUN_API std::wstring const& updater_temp_dir;
+extern ZUN_API std::wstring const& agent_binary_dir_name;
 
 /// The configuration could not be set up.
 class ZUN_API ConfigurationException : public std::exception {
