@@ -1,9 +1,11 @@
 #include <zun/lock/InterProcessLock.h>
 #include <zun/lock/UnixLock.h>
+#include <zun/logger/ILogger.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstring>
@@ -14,6 +16,7 @@
 #include <random>
 #include <sys/ipc.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/sem.h>
 #include <tests/support/ChildProcess.h>
 #include <tests/support/LogCapture.h>
@@ -139,6 +142,15 @@ TEST_F(UnixLockTest, ACleanedSetFailsItsUsersAndItsSuccessorStays) {
                             "[IPLock] [E]   writeUnLock - decreasing the semaphore value failed",
                             "[IPLock] [E]   Failed to decrease the refrence count " + lockFile));
     EXPECT_THAT(counts(), ElementsAre(0, 0, 1));
+    semctl(semget(keyOf(lockFile), 3, 0), 0, IPC_RMID);
+    lock = std::make_unique<UnixLock>("agent"); // on the same file
+    lock.reset();
+    EXPECT_FALSE(exists(lockFile));
+    {
+        UnixLock const another("agent");
+        semctl(semget(keyOf(lockFile), 3, 0), 0, IPC_RMID);
+    }
+    EXPECT_TRUE(exists(lockFile)) << "who finds its set gone leaves the file alone";
 }
 
 TEST_F(UnixLockTest, WithoutTheLockDirectoryCleansInTheFallbackDirectory) {
@@ -154,36 +166,23 @@ TEST_F(UnixLockTest, WithoutTheLockDirectoryCleansInTheFallbackDirectory) {
     EXPECT_FALSE(exists("/tmp/agent"));
 }
 
-TEST_F(UnixLockTest, ASetOfAnotherUserIsReplaced) {
-    writeFile(lockFile, "");
-    key_t const key = keyOf(lockFile);
-    ChildProcess another([key] { return setuid(65534) == 0 && semget(key, 3, IPC_CREAT | 0600) != -1; });
-    ASSERT_TRUE(another.join());
-    startLog();
-    UnixLock lock("agent");
-    EXPECT_TRUE(lock.tryWriteLock());
-    UnixLock const next("agent");
-    EXPECT_THAT(takeLog(),
-                ElementsAre("[IPLock] [D] Semaphore already exist.",
-                            "[IPLock] [E]   A non-root instance of this semaphore encountered so deleting it",
-                            "[IPLock] [D] writeLock - providing write lock",
-                            "[IPLock] [D] Semaphore already exist."));
-}
-
 TEST_F(UnixLockTest, AFailureToSetUpIsLoggedAndThrown) {
     startLog();
     EXPECT_THROW(UnixLock("missing/agent"), std::exception);
     InterProcessReadLock broken("missing/agent");
-    EXPECT_FALSE(broken.tryLock() || broken.lock(0) || broken.unlock());
+    EXPECT_FALSE(broken.isMade() || broken.tryLock() || broken.lock(0) || broken.unlock());
     writeFile(lockFile, "");
     key_t const key = keyOf(lockFile);
     int const tooSmall = semget(key, 1, IPC_CREAT | 0600);
     EXPECT_THROW(UnixLock("agent"), std::exception);
     semctl(tooSmall, 0, IPC_RMID);
     int const full = semget(key, 3, IPC_CREAT | 0600);
-    sembuf toTheBrim{2, 32767, 0};
+    sembuf toTheBrim{2, 15999, 0};
     ASSERT_EQ(semop(full, &toTheBrim, 1), 0);
-    EXPECT_THROW(UnixLock("agent"), std::exception);
+    {
+        UnixLock const last("agent");
+        EXPECT_THROW(UnixLock("agent"), std::exception);
+    }
     semctl(full, 0, IPC_RMID);
     std::string const notCreated = "[IPLock] [E]   Failed to create the ";
     EXPECT_THAT(
@@ -192,7 +191,7 @@ TEST_F(UnixLockTest, AFailureToSetUpIsLoggedAndThrown) {
                     notCreated + "file  " + lockDirectory + "missing/agent",
                     "[IPLock] [D] Semaphore already exist.",
                     notCreated + "semaphore due to File exists first parameter is " + std::to_string(key),
-                    "[IPLock] [D] Semaphore already exist.",
+                    "[IPLock] [D] Semaphore already exist.", "[IPLock] [D] Semaphore already exist.",
                     std::string("[IPLock] [E]   Failed to increase the refrence count due to ") +
                         std::strerror(ERANGE)));
 }
@@ -200,7 +199,7 @@ TEST_F(UnixLockTest, AFailureToSetUpIsLoggedAndThrown) {
 TEST_F(UnixLockTest, GuardsReleaseWhatTheyHold) {
     {
         InterProcessReadLock reader("agent");
-        EXPECT_TRUE(reader.unlock()) << "nothing to do";
+        EXPECT_TRUE(reader.isMade() && reader.unlock()) << "nothing to do";
         EXPECT_TRUE(reader.tryLock());
         InterProcessWriteLock writer("agent");
         EXPECT_FALSE(writer.tryLock());
@@ -215,6 +214,77 @@ TEST_F(UnixLockTest, GuardsReleaseWhatTheyHold) {
     { EXPECT_TRUE(InterProcessWriteLock("agent").lock(0)); }
     { EXPECT_TRUE(InterProcessReadLock("agent").lock(0)); }
     EXPECT_THAT(counts(), ElementsAre(0, 0, 1));
+}
+
+TEST_F(UnixLockTest, AForkedChildLeavesTheParentsHoldAlone) {
+    auto guard = std::make_unique<InterProcessWriteLock>("agent");
+    ASSERT_TRUE(guard->lock(0));
+    ChildProcess child([&guard] {
+        bool const does = guard->unlock() || guard->tryLock() || guard->lock(0);
+        guard.reset();
+        return !does && counts() == std::vector<int>{1, 1, 1};
+    });
+    EXPECT_TRUE(child.join());
+    EXPECT_THAT(counts(), ElementsAre(1, 1, 1));
+    EXPECT_TRUE(exists(lockFile));
+}
+
+TEST_F(UnixLockTest, EndsWithoutAFreeDescriptor) {
+    auto lock = std::make_unique<UnixLock>("agent");
+    noteKey();
+    rlimit limit{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+    rlimit const none{0, limit.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    lock.reset();
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    expectNothingLeft();
+}
+
+TEST_F(UnixLockTest, AProcessThatCannotLogStopsNobody) {
+    using orvane_com::zun::logger::ILogger;
+    UnixLock const first("agent");
+    ChildProcess blocked([] {
+        int ends[2];
+        if (pipe(ends) != 0 || dup2(ends[1], STDOUT_FILENO) == -1)
+            return false;
+        fcntl(ends[1], F_SETFL, O_NONBLOCK);
+        while (write(ends[1], "full", 4) != -1)
+            ;
+        fcntl(ends[1], F_SETFL, 0);
+        ILogger::GetLogger()->Start();
+        ILogger::GetLogger()->setMinLogLevel(orvane_com::zun::logger::Debug);
+        UnixLock const second("agent"); // which says that the set exists
+        return false;
+    });
+    while (counts()[2] < 2)
+        std::this_thread::yield();
+    { UnixLock const third("agent"); }
+    EXPECT_THAT(counts(), ElementsAre(0, 0, 2));
+    EXPECT_TRUE(blocked.kill()) << hadEnded;
+}
+
+/// Children that were forked while the lock file was locked have its descriptor, too.
+TEST_F(UnixLockTest, WhatAThreadForksMeanwhileKeepsNoLockFile) {
+    std::vector<pid_t> children;
+    std::atomic<bool> done = false;
+    std::thread forking([&] {
+        for (int count = 0; count < 100 && !done; ++count) {
+            children.push_back(fork());
+            if (children.back() == 0)
+                for (;;)
+                    pause();
+        }
+        done = true;
+    });
+    while (!done)
+        done = !InterProcessReadLock("agent").isMade() || done;
+    forking.join();
+    EXPECT_EQ(children.size(), 100u);
+    for (pid_t const child : children) {
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
 }
 
 TEST_F(UnixLockTest, ProcessesCountExactlyWhileTheSetComesAndGoes) {

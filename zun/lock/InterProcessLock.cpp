@@ -2,18 +2,18 @@
 #include <zun/lock/InterProcessLock.h>
 #include <zun/lock/UnixLock.h>
 
-#include <exception>
 #include <new>
+#include <unistd.h>
 
 namespace orvane_com::zun::lock {
 
 template <Hold hold>
-InterProcessLock<hold>::InterProcessLock(std::string const& name) {
+InterProcessLock<hold>::InterProcessLock(std::string const& name) : m_process(getpid()) {
     try {
         m_lock = std::make_unique<UnixLock>(name);
     } catch (std::bad_alloc const&) {
         logError(L"IPLock", L"Not enough memory for the lock");
-    } catch (std::exception const&) { // logged by the lock
+    } catch (...) { // logged by the lock
     }
 }
 
@@ -23,20 +23,25 @@ InterProcessLock<hold>::~InterProcessLock() {
 }
 
 template <Hold hold>
+bool InterProcessLock<hold>::isUsable() const {
+    return isMade() && getpid() == m_process;
+}
+
+template <Hold hold>
 bool InterProcessLock<hold>::tryLock() {
-    m_held = m_lock && (hold == Hold::read ? m_lock->tryReadLock() : m_lock->tryWriteLock());
+    m_held = isUsable() && (hold == Hold::read ? m_lock->tryReadLock() : m_lock->tryWriteLock());
     return m_held;
 }
 
 template <Hold hold>
 bool InterProcessLock<hold>::lock(unsigned int timeout) {
-    m_held = m_lock && (hold == Hold::read ? m_lock->readLock(timeout) : m_lock->writeLock(timeout));
+    m_held = isUsable() && (hold == Hold::read ? m_lock->readLock(timeout) : m_lock->writeLock(timeout));
     return m_held;
 }
 
 template <Hold hold>
 bool InterProcessLock<hold>::unlock() {
-    if (!m_lock)
+    if (!isUsable())
         return false;
     if (m_held)
         m_held = !(hold == Hold::read ? m_lock->readUnlock() : m_lock->writeUnlock());

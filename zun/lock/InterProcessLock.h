@@ -5,13 +5,15 @@
 
 #include <memory>
 #include <string>
+#include <sys/types.h>
 
 namespace orvane_com::zun::lock {
 
 enum class Hold { read, write };
 
 /// Owns a UnixLock, remembers whether it holds it and releases it at its end. Nothing is thrown: on a lock
-/// that could not be set up, which is logged, every operation fails. One thread at a time may use a guard.
+/// that could not be set up, which is logged, every operation fails. So it does in a forked child, where the
+/// guard's end does nothing either: the hold is the parent's. One thread at a time may use a guard.
 template <Hold hold>
 class InterProcessLock {
 public:
@@ -19,6 +21,9 @@ public:
     ~InterProcessLock();
     InterProcessLock(InterProcessLock const&) = delete;
     InterProcessLock& operator=(InterProcessLock const&) = delete;
+
+    /// Whether the lock could be set up: what then fails to lock is held by others.
+    bool isMade() const { return m_lock != nullptr; }
 
     /// Each returns whether the guard holds the lock now, as UnixLock does. Not to be called on a guard that
     /// holds it: the earlier hold would be forgotten.
@@ -32,6 +37,9 @@ public:
     static void cleanSemaphore(std::string const& name);
 
 private:
+    bool isUsable() const;
+
+    pid_t const m_process;
     std::unique_ptr<ILock> m_lock;
     bool m_held = false;
 };

@@ -1,20 +1,27 @@
 #include <zun/linux/log.h>
+#include <zun/lock/LockFile.h>
 #include <zun/lock/UnixLock.h>
-#include <zun/platform/helper/CommonHelper.h>
-#include <zun/platform/file/FileLock.h>
 #include <zun/platform/file/Permissions.h>
 #include <zun/platform/file/Place.h>
+#include <zun/platform/file/Refusal.h>
+#include <zun/platform/helper/CommonHelper.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <exception>
 #include <fcntl.h>
+#include <new>
 #include <optional>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/stat.h>
 #include <system_error>
+#include <thread>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace orvane_com::zun::lock {
 
@@ -24,8 +31,8 @@ constexpr char lock_path[] = "/Library/Orvane/zun/scratch/";
 constexpr char fallback_path[] = "/tmp/";
 constexpr wchar_t group[] = L"IPLock";
 constexpr int projectId = 3737;
-constexpr int ownerMayReadAndWrite = S_IRUSR | S_IWUSR;
 constexpr uid_t superUser = 0;
+constexpr std::chrono::seconds longestWait(10);
 
 /// What each semaphore of a set counts.
 enum Semaphore : unsigned short {
@@ -90,53 +97,39 @@ bool logged(bool done, wchar_t const* success, void (*logFailure)(wchar_t const*
     return done;
 }
 
-void logNarrowError(std::string const& message) {
-    logError(group, helper::toWide(message).c_str());
-}
+/// What is to be said once the lock file was given back: nobody else waits for it while a line is written.
+/// Declared before the LockFile, since its end writes the lines.
+class LaterLog {
+public:
+    using Log = void (*)(wchar_t const* group, wchar_t const* message);
 
-[[noreturn]] void failToConstruct(std::string const& message) {
-    logNarrowError(message);
-    throw std::exception();
-}
+    LaterLog() = default;
+    LaterLog(LaterLog const&) = delete;
+    LaterLog& operator=(LaterLog const&) = delete;
+    ~LaterLog() {
+        for (auto const& [log, text] : m_lines)
+            log(group, text.c_str());
+    }
+
+    /// Once each, however often it is added.
+    void add(Log log, std::string const& message) {
+        std::pair line(log, helper::toWide(message));
+        if (std::find(m_lines.begin(), m_lines.end(), line) == m_lines.end())
+            m_lines.push_back(std::move(line));
+    }
+
+    [[noreturn]] void fail(std::string const& message) {
+        add(logError, message);
+        throw std::exception();
+    }
+
+private:
+    std::vector<std::pair<Log, std::wstring>> m_lines;
+};
 
 std::string errorText(int error) {
     return std::generic_category().message(error);
 }
-
-file::FileDescriptor openLockFile(std::string const& path, int flags) {
-    std::optional<file::Place> const place = file::Place::find(path);
-    return place ? place->open(file::Place::Kind::secret, flags, file::ownerOnly) : file::FileDescriptor();
-}
-
-/// Held on the lock file that the path names once the lock is had.
-class LockFileHold {
-public:
-    explicit LockFileHold(std::string const& path) {
-        for (;;) {
-            file::FileDescriptor opened = openLockFile(path, O_RDWR | O_CREAT);
-            if (!opened.isOpen() || !file::lockFile(opened))
-                return;
-            std::optional<struct stat> const status = opened.status();
-            struct stat named {};
-            if (status && stat(path.c_str(), &named) == 0 && file::isSameFile(named, *status)) {
-                m_file = std::move(opened);
-                return;
-            }
-            file::unlockFile(opened);
-        }
-    }
-    LockFileHold(LockFileHold const&) = delete;
-    LockFileHold& operator=(LockFileHold const&) = delete;
-    ~LockFileHold() {
-        if (isHeld())
-            file::unlockFile(m_file);
-    }
-
-    bool isHeld() const { return m_file.isOpen(); }
-
-private:
-    file::FileDescriptor m_file;
-};
 
 /// Whether the set is the super-user's own. A set that cannot be examined counts as such.
 bool isTrusted(int set) {
@@ -146,23 +139,25 @@ bool isTrusted(int set) {
     if (semctl(set, 0, IPC_STAT, argument) == -1)
         return true;
     return status.sem_perm.uid == superUser && status.sem_perm.cuid == superUser &&
-           (status.sem_perm.mode & ownerMayReadAndWrite) != 0;
+           (status.sem_perm.mode & file::ownerOnly) != 0;
 }
 
-/// The key's set, existing or new. -1, with errno of the first attempt, on failure.
-int obtainSet(key_t key) {
-    auto const create = [key] {
-        return semget(key, semaphoreCount, IPC_CREAT | IPC_EXCL | ownerMayReadAndWrite);
-    };
-    int set = create();
-    if (set != -1 || errno != EEXIST)
-        return set;
-    logDetail(group, L"Semaphore already exist.");
-    set = semget(key, semaphoreCount, IPC_CREAT | ownerMayReadAndWrite);
-    if (set != -1 && !isTrusted(set)) {
-        logError(group, L"A non-root instance of this semaphore encountered so deleting it");
-        if (semctl(set, 0, IPC_RMID) != -1)
-            set = create();
+/// The key's set, existing or new. -1, with errno of the attempt to make it, on failure.
+int obtainSet(key_t key, LaterLog& later) {
+    constexpr int attempts = 100; // at being faster than who makes them
+    int set = -1;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        set = semget(key, semaphoreCount, IPC_CREAT | IPC_EXCL | file::ownerOnly);
+        if (set != -1 || errno != EEXIST)
+            return set;
+        later.add(logDetail, "Semaphore already exist.");
+        set = semget(key, semaphoreCount, IPC_CREAT | file::ownerOnly);
+        int const found = set == -1 && errno == EINVAL ? semget(key, 0, 0) : set; // it has fewer semaphores
+        if (found == -1 || isTrusted(found))
+            break;
+        later.add(logError, "A non-root instance of this semaphore encountered so deleting it");
+        if (semctl(found, 0, IPC_RMID) == -1)
+            break;
     }
     errno = EEXIST;
     return set;
@@ -171,90 +166,114 @@ int obtainSet(key_t key) {
 /// -1 when there is none.
 int findSet(std::string const& path) {
     key_t const key = ftok(path.c_str(), projectId);
-    return key == -1 ? -1 : semget(key, semaphoreCount, ownerMayReadAndWrite);
-}
-
-/// Leaves a file that has been made anew for another set.
-void removeFileWithoutSet(std::string const& path) {
-    if (findSet(path) == -1)
-        unlink(path.c_str());
+    return key == -1 ? -1 : semget(key, semaphoreCount, file::ownerOnly);
 }
 
 /// In the reference count it says that the set is about to go: users of another name that shares the set do
-/// not wait for this one's file.
+/// not wait for this one's file, and who has no descriptor left does not lock it.
 constexpr int going = 1 << 14;
 
-void removeIfUnused(int set, std::string const& path) {
+constexpr int mostReferences = 16000;
+
+/// A file that leads to another set by now is left alone. Its name goes while it is locked or, where it could
+/// not be locked, while the set is going: nobody starts with a name that is about to go.
+void removeIfUnused(int set, std::string const& path, bool isLocked, LaterLog& later) {
     if (!operate(set, {untilZero(referenceCount, noWait), add(referenceCount, +going, noWait)}))
         return;
-    if (semctl(set, 0, IPC_RMID) != -1) {
-        removeFileWithoutSet(path);
-        return;
+    bool const isOfSet = findSet(path) == set;
+    if (isOfSet && !isLocked)
+        unlink(path.c_str());
+    if (semctl(set, 0, IPC_RMID) == -1) {
+        operate(set, {add(referenceCount, -going, noWait)});
+        later.add(logDetail, "Failed to delete the semaphore on 0 refrence count");
+    } else if (isOfSet && isLocked) {
+        unlink(path.c_str());
     }
-    logDetail(group, L"Failed to delete the semaphore on 0 refrence count");
-    operate(set, {add(referenceCount, -going, noWait)});
 }
 
-/// What became of a reference that was asked for; `lost` when another name's last user removes the set.
+/// What became of a reference that was asked for; `lost` when somebody is about to remove the set.
 enum class Reference { taken, lost, failed };
 
 /// errno is set unless it is taken.
 Reference takeReference(int set) {
     bool const added = operate(set, {add(referenceCount, +1, wait)});
-    int const error = errno;
+    int const error = added ? ERANGE : errno;
     int const references = semctl(set, referenceCount, GETVAL);
     bool const isGone = references == -1 && (errno == EIDRM || errno == EINVAL);
-    if (added && !isGone && references < going)
+    if (added && !isGone && references <= mostReferences)
         return Reference::taken;
     if (added && !isGone)
         operate(set, {add(referenceCount, -1, noWait)});
     errno = error;
-    return added || isGone ? Reference::lost : Reference::failed;
+    return isGone || (added && references >= going) ? Reference::lost : Reference::failed;
+}
+
+/// A set on which a reference was taken. -1 when it, or its file, has just been removed.
+int joinSet(LockFile& file, std::string const& path, LaterLog& later) {
+    key_t const key = file.lock() ? ftok(path.c_str(), projectId) : -1;
+    if (key == -1 && errno == ENOENT)
+        return -1;
+    if (key == -1)
+        later.fail("Failed to get the semaphore id due to " + file::reasonFor(errno));
+    int const set = obtainSet(key, later);
+    if (set == -1)
+        later.fail("Failed to create the semaphore due to " + errorText(errno) + " first parameter is " +
+                   std::to_string(key));
+    Reference const reference = takeReference(set);
+    if (reference == Reference::taken && file.isNamed())
+        return set;
+    int const error = errno;
+    if (reference == Reference::taken)
+        operate(set, {add(referenceCount, -1, noWait)});
+    if (reference != Reference::lost)
+        removeIfUnused(set, path, true, later);
+    if (reference == Reference::failed)
+        later.fail("Failed to increase the refrence count due to " + errorText(error));
+    return -1;
 }
 
 } // namespace
 
 // A lock on the lock file spans every look-up of a set up to the reference taken on it, and every dropping of
 // a reference up to the removal of set and file. So nobody takes a set that is about to go, and nobody makes
-// a second one: the file that a name stands for, and with it the key, changes only under that lock. A process
-// that dies in between leaves a set without references, or a file without a set, which the next one takes
-// over.
+// a second one: the file that a name stands for, and with it the key, changes only under that lock. Who finds
+// no descriptor for the lock when dropping the last reference removes the file while the set says that it is
+// going, and who has just taken a reference looks whether his file is still there. A process that dies in
+// between leaves a set without references, or a file without a set, which the next one takes over.
 
-UnixLock::UnixLock(std::string const& name) {
-    if (!createSemFile(name))
-        failToConstruct("Failed to create the file  " + m_path);
-    LockFileHold const fileLock(m_path);
-    key_t const key = fileLock.isHeld() ? ftok(m_path.c_str(), projectId) : -1;
-    if (key == -1)
-        failToConstruct("Failed to get the semaphore id due to " + errorText(errno));
-    Reference reference;
-    do {
-        m_id = obtainSet(key);
-        if (m_id == -1)
-            failToConstruct("Failed to create the semaphore due to " + errorText(errno) +
-                            " first parameter is " + std::to_string(key));
-        reference = takeReference(m_id);
-    } while (reference == Reference::lost);
-    if (reference == Reference::failed) {
-        int const error = errno;
-        removeIfUnused(m_id, m_path);
-        failToConstruct("Failed to increase the refrence count due to " + errorText(error));
+UnixLock::UnixLock(std::string const& name) : m_process(getpid()) {
+    LaterLog later;
+    auto const end = std::chrono::steady_clock::now() + longestWait;
+    for (;; std::this_thread::sleep_for(std::chrono::milliseconds(1))) {
+        LockFile file(lock_path + name); // before the file is made, which nothing may leave alone
+        if (!createSemFile(name)) {
+            if (errno != ENOENT) // which the next line says
+                later.add(logError, m_path + ": " + file::reasonFor(errno));
+            later.fail("Failed to create the file  " + m_path);
+        }
+        m_id = joinSet(file, m_path, later);
+        if (m_id != -1)
+            return;
+        if (std::chrono::steady_clock::now() >= end)
+            later.fail("Failed to increase the refrence count due to " + errorText(EBUSY));
     }
 }
 
 UnixLock::~UnixLock() {
-    LockFileHold const fileLock(m_path);
-    bool const mayRemove = fileLock.isHeld() || errno == ENOENT; // no directory, so no new users
-    if (operate(m_id, {add(referenceCount, -1, wait)})) {
-        if (mayRemove)
-            removeIfUnused(m_id, m_path);
-    } else {
-        try {
-            logNarrowError("Failed to decrease the refrence count " + m_path);
-        } catch (std::bad_alloc const&) { // a destructor lets nothing through
-        }
-        if (mayRemove)
-            removeFileWithoutSet(m_path);
+    if (getpid() != m_process)
+        return;
+    LaterLog later;
+    std::optional<LockFile> file;
+    try {
+        file.emplace(m_path).lock();
+    } catch (std::bad_alloc const&) { // it does without
+    }
+    try {
+        if (operate(m_id, {add(referenceCount, -1, wait)}))
+            removeIfUnused(m_id, m_path, file && file->isHeld(), later);
+        else
+            later.add(logError, "Failed to decrease the refrence count " + m_path);
+    } catch (std::bad_alloc const&) { // a destructor lets nothing through
     }
 }
 
@@ -293,23 +312,19 @@ bool UnixLock::writeUnlock() {
 bool UnixLock::createSemFile(std::string const& name) {
     m_path = lock_path + name;
     struct stat status {};
-    return stat(m_path.c_str(), &status) == 0 ||
-           openLockFile(m_path, O_RDWR | O_CREAT).isOpen();
+    if (stat(m_path.c_str(), &status) == 0)
+        return true;
+    std::optional<file::Place> const place = file::Place::find(m_path);
+    return place && place->open(file::Place::Kind::secret, O_RDWR | O_CREAT, file::ownerOnly).isOpen();
 }
 
 void UnixLock::cleanSemaphore(std::string const& name) {
     struct stat status {};
-    bool const isFallback = stat(lock_path, &status) != 0;
-    std::string const path = (isFallback ? fallback_path : lock_path) + name;
-    if (findSet(path) == -1)
-        return;
-    // No lock is made in the fallback directory, so none is waited for: its files are anybody's.
-    std::optional<LockFileHold> fileLock;
-    if (!isFallback && !fileLock.emplace(path).isHeld())
-        return;
-    int const set = findSet(path);
-    if (set == -1 || semctl(set, 0, IPC_RMID) != -1)
-        removeFileWithoutSet(path);
+    std::string const path = (stat(lock_path, &status) == 0 ? lock_path : fallback_path) + name;
+    LockFile file(path);
+    int const set = file.lock() ? findSet(path) : -1;
+    if (set != -1 && semctl(set, 0, IPC_RMID) != -1)
+        unlink(path.c_str());
 }
 
 } // namespace orvane_com::zun::lock

@@ -4,6 +4,7 @@
 #include <zun/lock/ILock.h>
 
 #include <string>
+#include <sys/types.h>
 
 namespace orvane_com::zun::lock {
 
@@ -13,7 +14,7 @@ namespace orvane_com::zun::lock {
 ///
 /// A hold belongs to the process, not to a thread or an object: threads exclude each other like processes,
 /// any of them may release, and an object's end releases nothing. The system gives back what a process held
-/// when it ends in whatever way. An object is of no use to a forked child, which must leave it alone.
+/// when it ends in whatever way. An object is of no use to a forked child; its end there does nothing.
 ///
 /// ftok makes a key of 16 bits of the file's inode, so two names may, rarely, share one set: their users then
 /// exclude each other more than they ask for.
@@ -23,10 +24,11 @@ class ZUN_API UnixLock : public ILock {
 public:
     /// Only the super-user's sets are shared: one that another user owns or made, or that its owner may
     /// neither read nor alter, is replaced by a new one. Throws std::exception, after an error was logged,
-    /// when the lock file or the set cannot be had, and std::bad_alloc.
+    /// when the lock file or the set cannot be had, in 10 s where others are busy with them, or more than
+    /// 16,000 objects would share it; and std::bad_alloc.
     explicit UnixLock(std::string const& name);
 
-    /// A failure is logged.
+    /// Does without a free descriptor. A failure is logged; when the set is gone, a lock file stays.
     ~UnixLock() override;
 
     UnixLock(UnixLock const&) = delete;
@@ -53,6 +55,7 @@ public:
 private:
     bool createSemFile(std::string const& name);
 
+    pid_t const m_process;
     int m_id = -1;
     std::string m_path;
 };
