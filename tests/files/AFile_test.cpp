@@ -4,12 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <fcntl.h>
 #include <filesystem>
 #include <string>
+#include <sys/stat.h>
 #include <tests/support/LogCapture.h>
 #include <tests/support/OpenDescriptors.h>
 #include <tests/support/TemporaryDirectory.h>
 #include <tests/support/Utf8Locale.h>
+#include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -140,6 +144,34 @@ TEST_F(AFileTest, FaultsAreReportedByTheCallThatMeetsThem) {
     EXPECT_FALSE(m_file.readLine(line) || m_file.writeLine(line) || m_file.read(buffer) ||
                  m_file.write(buffer));
     EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST_F(AFileTest, OpensWhatMayWaitOrGrowWithoutHarm) {
+    std::string const pipe = m_directory.file("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_FALSE(m_file.openWrite(path("pipe"), true)) << "nobody reads";
+    int const writing = open(pipe.c_str(), O_RDWR);
+    EXPECT_TRUE(m_file.open(true, path("pipe")));
+    std::thread writer([writing] { EXPECT_EQ(write(writing, "x\n", 2), 2); });
+    AString line;
+    EXPECT_TRUE(m_file.readLine(line)) << "it waits";
+    writer.join();
+    close(writing);
+
+    mode_t const umaskBefore = umask(0);
+    int const input = dup(STDIN_FILENO);
+    close(STDIN_FILENO);
+    EXPECT_TRUE(m_file.openAlways(path("new")));
+    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+    dup2(input, STDIN_FILENO);
+    close(input);
+    umask(umaskBefore);
+    EXPECT_EQ(std::filesystem::status(m_directory.file("new")).permissions(), std::filesystem::perms(0664));
+
+    ABuffer buffer("old");
+    std::filesystem::resize_file(m_directory.file("new"), (std::uintmax_t{1} << 30) + 1);
+    EXPECT_FALSE(AFile::read(true, path("new"), buffer));
+    EXPECT_THAT(m_log.takeLinesAboveDebug(), testing::Contains(EndsWith("File too large")));
 }
 
 } // namespace

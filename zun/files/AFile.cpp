@@ -1,11 +1,19 @@
 #include <zun/files/AFile.h>
-#include <zun/linux/CallTrace.h>
+#include <zun/files/CallTrace.h>
+#include <zun/files/logReason.h>
+#include <zun/platform/file/Permissions.h>
+#include <zun/platform/file/Place.h>
+#include <zun/platform/file/WholeFile.h>
 #include <zun/text/ACharString.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <fcntl.h>
+#include <optional>
 #include <string>
 #include <string_view>
+
+namespace file = orvane_com::zun::file;
 
 namespace {
 
@@ -14,6 +22,20 @@ constexpr wchar_t const group[] = L"File";
 /// Whether the byte is a character of its own in every locale.
 bool isPlain(char byte) {
     return static_cast<signed char>(byte) > 0;
+}
+
+/// As fopen(3), but that it waits for no partner of a pipe. Null, with errno set and reasonFor it, on
+/// failure.
+std::FILE* openStream(AString const& path, int flags, char const* mode) {
+    std::optional<file::Place> const place =
+        file::Place::find(std::string(ACharString(static_cast<wchar_t const*>(path))));
+    if (!place)
+        return nullptr;
+    file::FileDescriptor opened = place->open(file::Place::Kind::any, flags, file::newFileMode);
+    std::FILE* const stream = opened.isOpen() ? fdopen(opened.get(), mode) : nullptr;
+    if (stream)
+        opened.release();
+    return stream;
 }
 
 } // namespace
@@ -37,11 +59,11 @@ bool AFile::open(bool complainIfMissing, AString const& path) {
     close();
     m_path = newPath;
     CallTrace const trace(group, L"fopen", L"r", m_path);
-    m_stream = std::fopen(ACharString(m_path), "re");
+    m_stream = openStream(m_path, O_RDONLY, "r");
     if (m_stream)
         return true;
     if (complainIfMissing || errno != ENOENT)
-        logErrno(group);
+        logReason(group);
     return false;
 }
 
@@ -50,8 +72,8 @@ bool AFile::openWrite(AString const& path, bool append) {
     close();
     m_path = newPath;
     CallTrace const trace(group, L"fopen", append ? L"a" : L"w", m_path);
-    m_stream = std::fopen(ACharString(m_path), append ? "ae" : "we");
-    return !logErrnoIf(group, !m_stream);
+    m_stream = openStream(m_path, O_WRONLY | O_CREAT | (append ? O_APPEND : O_TRUNC), append ? "a" : "w");
+    return !logReasonIf(group, !m_stream);
 }
 
 bool AFile::openAlways(AString const& path) {
@@ -128,6 +150,11 @@ bool AFile::read(ABuffer& into) {
     if (logErrnoIf(group, size == -1) || !seekBegin())
         return false;
     auto const wanted = static_cast<unsigned long>(size);
+    if (wanted > file::greatestSize) {
+        errno = EFBIG;
+        logErrno(group);
+        return false;
+    }
     if (!into.tryToReserve(wanted))
         return false;
     into.shrinkTo(wanted);

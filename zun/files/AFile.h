@@ -11,7 +11,9 @@
 
 /// Owns one stdio stream on a file. The result of every operation is whether it succeeded; a failure is
 /// logged under "File", with the call and the path in the trace. Paths and lines are converted as ACharString
-/// does. One thread at a time.
+/// does. Opening follows no link and opens no file that a stranger may have prepared (see docs/security.md),
+/// never waits for the partner of a pipe, and yields no descriptor that a child inherits. New files are
+/// 0664 within the umask. One thread at a time.
 class ZUN_API AFile {
 public:
     AFile() = default;
@@ -46,7 +48,7 @@ public:
     bool seekBegin();
     bool seekEnd();
 
-    /// The whole file, wherever the position is.
+    /// The whole file, of at most 1 GiB, wherever the position is.
     bool read(ABuffer& into);
 
     /// Writes the bytes and passes them to the system; when not all of them went there, that is a failure.

@@ -1,14 +1,17 @@
-#include <zun/configuration/IConfiguration.h>
+#include <zun/configuration/IConfiguration.h> // which knows where the agent's data directories are
 #include <zun/files/AFiler.h>
 #include <zun/files/APath.h>
 #include <zun/files/TreeRemoval.h>
-#include <zun/linux/CallTrace.h>
+#include <zun/files/logReason.h>
+#include <zun/platform/file/Place.h>
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/text/ACharString.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
+#include <optional>
 #include <random>
 #include <string>
 #include <sys/stat.h>
@@ -16,6 +19,8 @@
 
 using orvane_com::zun::configuration::IConfiguration;
 namespace helper = orvane_com::zun::helper;
+namespace file = orvane_com::zun::file;
+using file::Place;
 
 namespace {
 
@@ -51,6 +56,17 @@ std::string randomName(std::string name, int letters) {
     for (; letters > 0; --letters)
         name += alphabet[letter(random)];
     return name;
+}
+
+/// Calls a function of the at family, which returns 0 on success, on what the path names itself. Whether it
+/// succeeded; errno is set, and reasonFor it, when not.
+template <typename Call>
+bool at(AString const& path, Call call) {
+    std::string name(ACharString(static_cast<wchar_t const*>(path)));
+    while (name.size() > 1 && name.back() == '/')
+        name.pop_back();
+    std::optional<Place> const place = Place::find(name, Place::LastLink::kept);
+    return place && call(place->directory(), place->name()) == 0;
 }
 
 } // namespace
@@ -100,12 +116,18 @@ bool AFiler::getTempFilePath(AString& out) {
 
 bool AFiler::deleteFile(AString const& path) {
     CallTrace const trace(group, L"unlink", path);
-    return unlink(ACharString(path)) == 0 || !logErrnoIf(group, errno != ENOENT);
+    bool const isGone =
+        at(path, [](int directory, char const* name) { return unlinkat(directory, name, 0); }) ||
+        errno == ENOENT;
+    return !logReasonIf(group, !isGone);
 }
 
 bool AFiler::createDirectory(AString const& path) {
     CallTrace const trace(group, L"mkdir", path);
-    return mkdir(ACharString(path), S_IRWXU) == 0 || !logErrnoIf(group, errno != EEXIST);
+    bool const isThere =
+        at(path, [](int directory, char const* name) { return mkdirat(directory, name, S_IRWXU); }) ||
+        errno == EEXIST;
+    return !logReasonIf(group, !isThere);
 }
 
 bool AFiler::copyFile(AString const& from, AString const& to) {
@@ -114,6 +136,7 @@ bool AFiler::copyFile(AString const& from, AString const& to) {
     std::string const target{ACharString(to)};
     if (helper::copyFile(source, target, 0))
         return true;
+    logDetail(group, helper::toWide(file::reasonFor(errno)).c_str());
     logError(group, L"Failed");
     return false;
 }
@@ -193,9 +216,8 @@ bool getFileSize(bool mustExist, AString const& path, long& size) {
 
 bool privateDeleteFolder(bool emptyOnly, AString const& path) {
     CallTrace const trace(group, L"rmdir", path);
-    if (rmdir(ACharString(path)) == 0 || errno == ENOENT || errno == ENOTDIR ||
-        (errno == ENOTEMPTY && emptyOnly))
-        return true;
-    logErrno(group);
-    return false;
+    bool const isGone =
+        at(path, [](int directory, char const* name) { return unlinkat(directory, name, AT_REMOVEDIR); }) ||
+        errno == ENOENT || errno == ENOTDIR || (errno == ENOTEMPTY && emptyOnly);
+    return !logReasonIf(group, !isGone);
 }

@@ -7,7 +7,8 @@
 
 /// Operations on files and directories by path. Paths are converted as ACharString does. The result of every
 /// operation is whether it succeeded; a failure is logged under "Filer", with the call and its arguments in
-/// the trace. Any thread may call them, except where noted.
+/// the trace. What makes, removes or copies follows no link on the way that a stranger may have prepared, see
+/// docs/security.md. Any thread may call them, except where noted.
 class ZUN_API AFiler {
 public:
     /// The kinds of access that can be asked for.
@@ -36,7 +37,8 @@ public:
     /// One level, for the owner alone. What exists already is a success.
     static bool createDirectory(AString const& path);
 
-    /// Contents and mode; `to` is replaced whole, a symbolic link in its place too.
+    /// Contents and permissions, without set-user-id, set-group-id and sticky bit, of a regular file; `to` is
+    /// replaced whole, a symbolic link in its place too.
     static bool copyFile(AString const& from, AString const& to);
 
     /// Not provided: logs an internal error and returns false.

@@ -1,5 +1,6 @@
 #include <zun/files/CallTrace.h>
 #include <zun/files/TreeRemoval.h>
+#include <zun/files/logReason.h>
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/text/ACharString.h>
 
@@ -14,6 +15,7 @@
 
 namespace helper = orvane_com::zun::helper;
 using orvane_com::zun::file::FileDescriptor;
+using orvane_com::zun::file::Place;
 
 namespace {
 
@@ -25,8 +27,7 @@ struct CloseDirectory {
 };
 
 FileDescriptor openDirectory(int parent, std::string const& name) {
-    return FileDescriptor(
-        openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    return FileDescriptor::openAt(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
 }
 
 /// Null, with errno set, on failure. The directory stays open behind the stream.
@@ -70,11 +71,6 @@ bool isDirectory(FileDescriptor const& parent, dirent const& entry) {
                : entry.d_type == DT_DIR;
 }
 
-bool isSymbolicLink(std::string const& path) {
-    struct stat status;
-    return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
-}
-
 /// A "/" behind a symbolic link would follow it.
 std::wstring withoutTrailingSlashes(std::wstring path) {
     while (path.size() > 1 && path.back() == L'/')
@@ -87,11 +83,16 @@ std::wstring withoutTrailingSlashes(std::wstring path) {
 TreeRemoval::TreeRemoval(AString const& path) : m_path(withoutTrailingSlashes(path.const_cpp_str())) {}
 
 bool TreeRemoval::run() {
-    std::string const top(ACharString(m_path.c_str()));
-    if (isSymbolicLink(top))
-        remove(top, 0);
+    m_top = Place::find(std::string(ACharString(m_path.c_str())), Place::LastLink::kept);
+    std::optional<struct stat> const status = m_top ? m_top->status() : std::nullopt;
+    if (!status) {
+        CallTrace const trace(group, L"rmdir", shownPath());
+        return !logReasonIf(group, errno != ENOENT && errno != ENOTDIR);
+    }
+    if (S_ISLNK(status->st_mode))
+        remove(m_top->name(), 0);
     else
-        enter(top);
+        enter(m_top->name());
     while (!m_levels.empty()) {
         std::vector<std::string>& subdirectories = m_levels.back().subdirectories;
         if (subdirectories.empty()) {
@@ -107,7 +108,7 @@ bool TreeRemoval::run() {
 
 /// What names are looked up in.
 int TreeRemoval::current() const {
-    return m_current.isOpen() ? m_current.get() : AT_FDCWD;
+    return m_current.isOpen() ? m_current.get() : m_top->directory();
 }
 
 /// Makes the directory the current one and empties it of all but directories, or removes one that cannot be
@@ -183,7 +184,7 @@ void TreeRemoval::leave() {
 FileDescriptor TreeRemoval::openLastFromTop() const {
     FileDescriptor directory;
     for (Level const& level : m_levels) {
-        int const parent = directory.isOpen() ? directory.get() : AT_FDCWD;
+        int const parent = directory.isOpen() ? directory.get() : m_top->directory();
         directory = openIfSame(parent, level.name, level.identity);
         if (!directory.isOpen())
             break;

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <zun/platform/file/FileDescriptor.h>
+#include <zun/platform/file/Place.h>
 #include <zun/text/AString.h>
 
+#include <optional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -46,6 +48,7 @@ private:
     AString shownPath() const;
 
     std::wstring m_path;
+    std::optional<orvane_com::zun::file::Place> m_top;
     orvane_com::zun::file::FileDescriptor m_current;
     std::vector<Level> m_levels;
     bool m_allGone = true;

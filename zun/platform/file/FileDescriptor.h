@@ -30,6 +30,9 @@ public:
     bool isOpen() const { return m_descriptor != none; }
     int get() const { return m_descriptor; }
 
+    /// Gives the descriptor away: to who closes it from now on.
+    int release() { return std::exchange(m_descriptor, none); }
+
     /// None, with errno set, on failure.
     std::optional<struct stat> status() const;
 

@@ -12,8 +12,6 @@ namespace orvane_com::zun::file {
 
 namespace {
 
-constexpr std::size_t greatestSize = std::size_t{1} << 30;
-
 bool takeOverIdentity(FileDescriptor const& file, struct stat const& existing) {
     if (fchown(file.get(), existing.st_uid, existing.st_gid) != 0 && errno != EPERM)
         return false;

@@ -3,10 +3,14 @@
 #include <zun/platform/file/FileDescriptor.h>
 #include <zun/platform/file/Permissions.h>
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
 namespace orvane_com::zun::file {
+
+/// Of what is read whole.
+constexpr std::size_t greatestSize = std::size_t{1} << 30;
 
 /// The bytes of a regular file of at most 1 GiB. False, with errno set, reasonFor it and `bytes` as it was,
 /// when it cannot be read or is none.
