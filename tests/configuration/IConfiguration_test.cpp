@@ -11,6 +11,7 @@
 
 using namespace orvane_com::zun::configuration;
 using orvane_com::zun::helper::toWide;
+using testing::ElementsAre;
 using testing::UnorderedElementsAre;
 
 namespace {
@@ -50,19 +51,19 @@ TEST_F(IConfigurationTest, PathsAreDerivedFromTheConfigurationFile) {
                        "<DebugScript>debug.sh</DebugScript>");
     ASSERT_TRUE(setUp());
     std::wstring const agent = toWide(installed());
-    EXPECT_EQ(configuration.GetAgentInstallLocation(), agent);
-    EXPECT_EQ(configuration.GetFrameworkDataDirectory(), agent + L"/scratch");
     EXPECT_EQ(configuration.GetProductConfigurationBaseDirectory(), directory.wideFile("etc"));
-    EXPECT_EQ(configuration.GetAgentDataDirectory(), agent + L"/scratch/AgentDB");
-    EXPECT_EQ(configuration.GetAgentArchiveDirectory(), agent + L"/scratch/AgArchv");
-    EXPECT_EQ(configuration.GetAgentUnpackDirectory(), agent + L"/scratch/AgUnpack");
-    EXPECT_EQ(configuration.GetAgentIniFullPath(), agent + L"/scratch/agent.ini");
-    EXPECT_EQ(configuration.GetRegistryIniFullPath(), agent + L"/scratch/registry.ini");
-    EXPECT_EQ(configuration.GetPolicyBaseDirectory(), agent + L"/scratch/AgentDB/Policy");
-    EXPECT_EQ(configuration.GetTaskBaseDirectory(), agent + L"/scratch/AgentDB/Task");
-    EXPECT_EQ(configuration.GetEventBaseDirectory(), agent + L"/scratch/AgentDB/Event");
-    EXPECT_EQ(configuration.GetAgentBinDirectory(), agent + L"/bin");
-    EXPECT_EQ(configuration.GetAgentLibDirectory(), agent + L"/lib");
+    EXPECT_THAT(
+        (std::vector{configuration.GetAgentInstallLocation(), configuration.GetFrameworkDataDirectory(),
+                     configuration.GetAgentDataDirectory(), configuration.GetAgentArchiveDirectory(),
+                     configuration.GetAgentUnpackDirectory(), configuration.GetAgentIniFullPath(),
+                     configuration.GetRegistryIniFullPath(), configuration.GetPolicyBaseDirectory(),
+                     configuration.GetTaskBaseDirectory(), configuration.GetEventBaseDirectory(),
+                     configuration.GetAgentBinDirectory(), configuration.GetAgentLibDirectory()}),
+        ElementsAre(agent, agent + L"/scratch", agent + L"/scratch/AgentDB", agent + L"/scratch/AgArchv",
+                    agent + L"/scratch/AgUnpack", agent + L"/scratch/agent.ini",
+                    agent + L"/scratch/registry.ini", agent + L"/scratch/AgentDB/Policy",
+                    agent + L"/scratch/AgentDB/Task", agent + L"/scratch/AgentDB/Event", agent + L"/bin",
+                    agent + L"/lib"));
     EXPECT_EQ(configuration.GetUpdaterDataDir(), L"/u \u00E9");
     EXPECT_EQ(configuration.GetUpdaterDataTempDir(), L"/u \u00E9/tmp/");
     EXPECT_EQ(configuration.GetAgentLangId(), L"/u \u00E9");
@@ -72,7 +73,7 @@ TEST_F(IConfigurationTest, PathsAreDerivedFromTheConfigurationFile) {
     EXPECT_TRUE(configuration.IsManaged());
     long version[4] = {};
     EXPECT_TRUE(configuration.GetAgentVersion(version[0], version[1], version[2], version[3]));
-    EXPECT_THAT(version, testing::ElementsAre(5, 7, 4, 418));
+    EXPECT_THAT(version, ElementsAre(5, 7, 4, 418));
 
     // A second set-up replaces the values; what the file lacks is empty.
     std::filesystem::remove(installed() + "/scratch/siteinfo.ini");
@@ -121,18 +122,15 @@ TEST_F(IConfigurationTest, IdentityIsReadAnewEachTime) {
     setAgentValue("AgentGUID", "{1-2}");
     setAgentValue("TenantId", "\xC3\xA9");
     setAgentValue("ServerKeyHash", std::string("ab\0cd", 5));
-    EXPECT_TRUE(configuration.GetAgentGUID(text));
-    EXPECT_EQ(text, L"{1-2}");
-    EXPECT_TRUE(configuration.GetAgentTenantId(text));
-    EXPECT_EQ(text, L"\u00E9");
-    EXPECT_TRUE(configuration.GetServerKeyHash(text));
-    EXPECT_EQ(text, L"ab");
+    EXPECT_TRUE(configuration.GetAgentGUID(text) && text == L"{1-2}");
+    EXPECT_TRUE(configuration.GetAgentTenantId(text) && text == L"\u00E9");
+    EXPECT_TRUE(configuration.GetServerKeyHash(text) && text == L"ab");
     for (std::size_t length : {63u, 64u, 65u}) {
         setAgentValue("AgentGUID", std::string(length, 'g'));
         EXPECT_TRUE(configuration.GetAgentGUID(text));
         EXPECT_EQ(text, std::wstring(std::min<std::size_t>(length, 64), L'g'));
     }
-    EXPECT_EQ(readFile(installed() + "/scratch/registry.ini").empty(), false);
+    EXPECT_NE(readFile(installed() + "/scratch/registry.ini"), "");
 }
 
 TEST_F(IConfigurationTest, ProductsAreTheDirectoriesThatAreNoUpdates) {
@@ -152,19 +150,13 @@ TEST_F(IConfigurationTest, ProductsAreTheDirectoriesThatAreNoUpdates) {
 
 TEST_F(IConfigurationTest, FlagsAndTheLockOfTheAgentIni) {
     EXPECT_FALSE(configuration.isAgentShuttingDown());
-    EXPECT_TRUE(configuration.setAgentShuttingDown(true));
-    EXPECT_TRUE(configuration.isAgentShuttingDown());
-    configuration.SetManagedMode(true);
-    EXPECT_TRUE(configuration.IsManaged());
-
-    EXPECT_TRUE(configuration.UnlockAgentIni());
-    EXPECT_TRUE(configuration.LockAgentIni());
+    EXPECT_TRUE(configuration.setAgentShuttingDown(true) && configuration.isAgentShuttingDown());
+    EXPECT_TRUE(configuration.UnlockAgentIni() && configuration.LockAgentIni());
     EXPECT_THROW(configuration.LockAgentIni(), boost::lock_error);
     std::thread([this] { EXPECT_THROW(configuration.LockAgentIni(), boost::lock_error); }).join();
     EXPECT_TRUE(configuration.UnlockAgentIni());
     std::thread([this] {
-        EXPECT_TRUE(configuration.LockAgentIni());
-        EXPECT_TRUE(configuration.UnlockAgentIni());
+        EXPECT_TRUE(configuration.LockAgentIni() && configuration.UnlockAgentIni());
     }).join();
 }
 

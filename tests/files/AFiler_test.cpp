@@ -83,8 +83,11 @@ TEST_F(AFilerTest, Accessibility) {
     EXPECT_FALSE(exists);
     EXPECT_THAT(m_log.takeLinesAboveDebug(), IsEmpty());
     std::string const tooLong(5000, 'x');
-    expectLogged(AFiler::getFileAccessibility(AString(tooLong.c_str()), AFiler::accessWrite, exists),
-                 "access," + tooLong + ",2", "File name too long");
+    std::pair<AFiler::AFileAccess, int> const asked[] = {
+        {AFiler::accessRead, R_OK}, {AFiler::accessWrite, W_OK}, {AFiler::accessExecute, X_OK}};
+    for (auto const& [access, mode] : asked)
+        expectLogged(AFiler::getFileAccessibility(AString(tooLong.c_str()), access, exists),
+                     "access," + tooLong + "," + std::to_string(mode), "File name too long");
     exists = accessible = true;
     EXPECT_FALSE(AFiler::getFileAccessibility(path("f"), AFiler::AFileAccess(3), exists, accessible));
     EXPECT_TRUE(exists && accessible);
