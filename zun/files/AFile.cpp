@@ -1,5 +1,6 @@
 #include <zun/files/AFile.h>
 #include <zun/files/CallTrace.h>
+#include <zun/files/PlainText.h>
 #include <zun/files/logReason.h>
 #include <zun/platform/file/Permissions.h>
 #include <zun/platform/file/Place.h>
@@ -18,11 +19,6 @@ namespace file = orvane_com::zun::file;
 namespace {
 
 constexpr wchar_t const group[] = L"File";
-
-/// Whether the byte is a character of its own in every locale.
-bool isPlain(char byte) {
-    return static_cast<signed char>(byte) > 0;
-}
 
 /// As fopen(3), but that it waits for no partner of a pipe. Null, with errno set and reasonFor it, on
 /// failure.
@@ -108,13 +104,9 @@ bool AFile::readLine(AString& line) {
     bool const terminated = bytes.ends_with('\n');
     if (terminated)
         bytes.remove_suffix(1);
-    if (std::all_of(bytes.begin(), bytes.end(), isPlain)) {
-        text.resize(bytes.size());
-        std::copy(bytes.begin(), bytes.end(), text.begin());
-    } else {
+    if (!widenPlain(bytes, text))
         for (char const byte : bytes)
             line << byte;
-    }
     if (terminated)
         return true;
     return !logErrnoIf(group, std::ferror(m_stream) != 0) && !text.empty();

@@ -1,11 +1,11 @@
 #include <zun/files/AFileIndex.h>
 #include <zun/files/APath.h>
-#include <zun/linux/CallTrace.h>
+#include <zun/files/CallTrace.h>
+#include <zun/files/PlainText.h>
 #include <zun/platform/file/GlobErrors.h>
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/text/ACharString.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cwchar>
 #include <string>
@@ -17,19 +17,12 @@ namespace {
 
 constexpr wchar_t const group[] = L"FileInx";
 
-/// A character of its own in every locale.
-bool isPlain(char byte) {
-    return static_cast<signed char>(byte) > 0;
-}
-
 /// As the locale has it. A name that the locale cannot express is reported and taken as UTF-8.
 void widen(char const* path, std::wstring& text) {
     std::string_view const bytes(path);
-    text.resize(bytes.size());
-    if (std::all_of(bytes.begin(), bytes.end(), isPlain)) {
-        std::copy(bytes.begin(), bytes.end(), text.begin());
+    if (widenPlain(bytes, text))
         return;
-    }
+    text.resize(bytes.size());
     std::mbstate_t state{};
     std::size_t const count = std::mbsrtowcs(text.data(), &path, text.size(), &state);
     if (count != static_cast<std::size_t>(-1)) {
