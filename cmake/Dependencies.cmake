@@ -1,10 +1,7 @@
-# The libraries the house stands on. A cross-compilation that has their headers alone names the folder in
-# ZUN_DEPENDENCY_HEADERS and leaves their symbols to the loader.
-if(ZUN_DEPENDENCY_HEADERS)
-    foreach(dependency Boost::thread EXPAT::EXPAT PkgConfig::sodium utf8cpp)
-        add_library(${dependency} INTERFACE IMPORTED)
-        set_target_properties(${dependency} PROPERTIES INTERFACE_INCLUDE_DIRECTORIES ${ZUN_DEPENDENCY_HEADERS})
-    endforeach()
+# The libraries the house stands on: the system's, or built from the sources in ZUN_DEPENDENCY_SOURCES.
+if(ZUN_DEPENDENCY_SOURCES)
+    enable_language(C)
+    add_subdirectory(${CMAKE_CURRENT_LIST_DIR}/dependencies)
 else()
     find_package(Boost 1.74 REQUIRED COMPONENTS thread)
     find_package(EXPAT REQUIRED)

@@ -146,7 +146,8 @@ void Service::keepEvent() {
 void Service::readMessages() {
     AnInfoTrace const trace(L"Agent", L"Comparing versions");
     AResourceFile catalog;
-    if (!catalog.openExisting(MESSAGE_CATALOG, 0))
+    if (!catalog.openExisting(
+            helper::toWide(installedOrBuilt(m_program, "agent.cat", MESSAGE_CATALOG)).c_str(), 0))
         return;
     ALocalizedString::setDefaultResourceFile(&catalog);
     std::vector<std::wstring> products;

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace helper = orvane_com::zun::helper;
 
@@ -21,8 +22,13 @@ std::string makeDirectory() {
 
 } // namespace
 
-Workspace::Workspace() : m_path(helper::toWide(makeDirectory())) {
-    installProducts();
+std::string installedOrBuilt(std::string const& program, char const* name, char const* built) {
+    std::filesystem::path const installed = std::filesystem::path(program).parent_path() / name;
+    return std::filesystem::exists(installed) ? installed.string() : built;
+}
+
+Workspace::Workspace(std::string const& program) : m_path(helper::toWide(makeDirectory())) {
+    installProducts(installedOrBuilt(program, "product", SAMPLE_PRODUCT_DIRECTORY));
 }
 
 Workspace::~Workspace() {
@@ -30,8 +36,8 @@ Workspace::~Workspace() {
     std::filesystem::remove_all(helper::toNarrow(m_path), ignored);
 }
 
-void Workspace::installProducts() const {
-    std::filesystem::copy(SAMPLE_PRODUCT_DIRECTORY, helper::toNarrow(configurationDirectory()),
+void Workspace::installProducts(std::string const& sample) const {
+    std::filesystem::copy(sample, helper::toNarrow(configurationDirectory()),
                           std::filesystem::copy_options::recursive);
     std::filesystem::create_directories(helper::toNarrow(installLocation() + L"/scratch"));
 

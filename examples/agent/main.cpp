@@ -19,8 +19,9 @@ int main(int argc, char** argv) {
             std::cerr << "usage: agent\n";
             return EXIT_FAILURE;
         }
-        Workspace const workspace;
-        return Service(std::filesystem::canonical(argv[0]), workspace).run();
+        std::string const program = std::filesystem::canonical(argv[0]);
+        Workspace const workspace(program);
+        return Service(program, workspace).run();
     } catch (std::exception const& failure) {
         std::cerr << "agent: " << failure.what() << "\n";
         return EXIT_FAILURE;

@@ -35,7 +35,7 @@ std::optional<Look> lookWithTimeStamps(std::string const& path) {
     return Look{status.st_dev, status.st_ino, status.st_size};
 }
 
-#ifdef __linux__
+#if defined(__linux__) && !defined(ZUN_PORTABLE_BODIES)
 /// Asks for no time stamp: a kernel that was asked for one takes a finer, dearer one at the next write.
 std::optional<Look> lookAt(std::string const& path) {
     static std::atomic<bool> isRefused{false}; // by the kernel, or by a filter of system calls

@@ -10,10 +10,10 @@ namespace {
 constexpr std::size_t largePage = 2 * 1024 * 1024;
 
 void preferLargePages([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t bytes) {
-#if defined(__APPLE__)
-    // The system has no such advice.
-#else
+#if defined(__linux__) && !defined(ZUN_PORTABLE_BODIES)
     madvise(memory, bytes, MADV_HUGEPAGE);
+#else
+    // The system has no such advice.
 #endif
 }
 
