@@ -21,14 +21,12 @@ constexpr char manyNames[] = "it has other names, in a directory that others may
 constexpr char irregularFile[] = "it is no regular file";
 
 /// For looking up names in a directory: asks for the right to search it only.
-#ifdef __APPLE__
-#ifdef O_SEARCH
+#if defined(__linux__) && !defined(ZUN_PORTABLE_BODIES)
+constexpr int forSearching = O_PATH;
+#elif defined(O_SEARCH)
 constexpr int forSearching = O_SEARCH;
 #else
 constexpr int forSearching = O_RDONLY;
-#endif
-#else
-constexpr int forSearching = O_PATH;
 #endif
 
 bool isStickyForEverybody(mode_t mode) {
