@@ -14,7 +14,7 @@ int main() {
     if (AFiler::copyFile(from, to)) // `to` appears whole
         AFiler::deleteFile(from);
     std::cout << (std::filesystem::exists("cache/policy.xml") ? "copied\n" : "moved\n");
-    AFiler::deleteFolders(L"cache"); // with all in it; a link is not followed
+    AFiler::deleteFolders(L"cache"); // but for hidden names; a link is not followed
     std::cout << (std::filesystem::exists("cache") ? "not empty\n" : "deleted\n");
     return 0;
 }

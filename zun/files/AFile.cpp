@@ -1,7 +1,7 @@
 #include <zun/files/AFile.h>
-#include <zun/files/CallTrace.h>
 #include <zun/files/PlainText.h>
 #include <zun/files/logReason.h>
+#include <zun/linux/CallTrace.h>
 #include <zun/platform/file/Permissions.h>
 #include <zun/platform/file/Place.h>
 #include <zun/platform/file/WholeFile.h>
@@ -23,8 +23,7 @@ constexpr wchar_t const group[] = L"File";
 /// As fopen(3), but that it waits for no partner of a pipe. Null, with errno set and reasonFor it, on
 /// failure.
 std::FILE* openStream(AString const& path, int flags, char const* mode) {
-    std::optional<file::Place> const place =
-        file::Place::find(std::string(ACharString(static_cast<wchar_t const*>(path))));
+    std::optional<file::Place> const place = file::Place::find(std::string(ACharString(path)));
     if (!place)
         return nullptr;
     file::FileDescriptor opened = place->open(file::Place::Kind::any, flags, file::newFileMode);

@@ -1,7 +1,7 @@
 #include <zun/files/AFileIndex.h>
 #include <zun/files/APath.h>
-#include <zun/files/CallTrace.h>
 #include <zun/files/PlainText.h>
+#include <zun/linux/CallTrace.h>
 #include <zun/platform/file/GlobErrors.h>
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/text/ACharString.h>

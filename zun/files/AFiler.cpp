@@ -62,7 +62,7 @@ std::string randomName(std::string name, int letters) {
 /// succeeded; errno is set, and reasonFor it, when not.
 template <typename Call>
 bool at(AString const& path, Call call) {
-    std::string name(ACharString(static_cast<wchar_t const*>(path)));
+    std::string name{ACharString(path)};
     while (name.size() > 1 && name.back() == '/')
         name.pop_back();
     std::optional<Place> const place = Place::find(name, Place::LastLink::kept);

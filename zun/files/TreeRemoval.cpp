@@ -1,6 +1,6 @@
-#include <zun/files/CallTrace.h>
 #include <zun/files/TreeRemoval.h>
 #include <zun/files/logReason.h>
+#include <zun/linux/CallTrace.h>
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/text/ACharString.h>
 
