@@ -3,6 +3,7 @@
 #include <zun/files/APath.h>
 #include <zun/files/TreeRemoval.h>
 #include <zun/files/logReason.h>
+#include <zun/linux/CallTrace.h>
 #include <zun/platform/file/Place.h>
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/text/ACharString.h>
