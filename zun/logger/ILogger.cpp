@@ -1,4 +1,3 @@
-#include <zun/logger/ComponentNames.h>
 #include <zun/logger/ILogger.h>
 #include <zun/logger/LogFiles.h>
 #include <zun/logger/LogLine.h>

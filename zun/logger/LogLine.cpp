@@ -75,6 +75,11 @@ void fillPlaces(std::wstring& text, std::vector<std::wstring> const& arguments) 
 
 } // namespace
 
+std::wstring_view componentName(eComponent component) {
+    bool const isKnown = component >= Framework && component <= ListenServer;
+    return componentNames[static_cast<std::size_t>(isKnown ? component : Agent)];
+}
+
 void LogLine::begin() {
     clear();
     helper::appendTimeStamp(m_text);

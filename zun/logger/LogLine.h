@@ -1,18 +1,27 @@
 #pragma once
 
-#include <zun/logger/ILogger.h>
+#include <zun/logger/MultiArgs.h>
+#include <zun/logger/eComponent.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 #include <string>
 #include <string_view>
 
 namespace orvane_com::zun::logger {
 
-/// What stands in the level's tag; that of Info for a level that is none.
+enum LogLevel : std::int32_t;
+
+/// What stands in the level's tag; that of the level Info for one that is none.
 constexpr char levelLetter(LogLevel level) {
-    return "DINWECX"[level >= Debug && level <= Emer ? level : Info];
+    constexpr std::string_view letters = "DINWECX";
+    auto const place = static_cast<std::size_t>(level);
+    return place < letters.size() ? letters[place] : 'I';
 }
+
+/// The agent's own name for a value that is no component.
+std::wstring_view componentName(eComponent component);
 
 /// A log line in the making, as UTF-8, in room that is kept from line to line. Used under the logger's lock.
 class LogLine {
