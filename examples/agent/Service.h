@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Workspace.h"
-
 #include <zun/text/AString.h>
 
 #include <string>

@@ -1,3 +1,6 @@
+#include <tests/allocation/FailingAllocations.h>
+#include <tests/support/Allocations.h>
+#include <tests/support/LoggerFixture.h>
 #include <zun/binary/ABuffer.h>
 #include <zun/linux/log.h>
 
@@ -6,9 +9,6 @@
 #include <cerrno>
 #include <filesystem>
 #include <map>
-#include <tests/allocation/FailingAllocations.h>
-#include <tests/support/Allocations.h>
-#include <tests/support/LoggerFixture.h>
 
 using namespace orvane_com::zun::logger;
 using testing::AnyOf;

@@ -1,12 +1,12 @@
+#include <tests/allocation/FailingAllocations.h>
+#include <tests/support/Allocations.h>
+#include <tests/support/OpenDescriptors.h>
 #include <zun/linux/log.h>
 
 #include <gmock/gmock.h>
 
 #include <filesystem>
 #include <new>
-#include <tests/allocation/FailingAllocations.h>
-#include <tests/support/Allocations.h>
-#include <tests/support/OpenDescriptors.h>
 
 using Extent = AllocationFailure::Extent;
 

@@ -1,12 +1,12 @@
 #pragma once
 
+#include <tests/support/LogCapture.h>
+#include <tests/support/TemporaryDirectory.h>
 #include <zun/text/AString.h>
 
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <tests/support/LogCapture.h>
-#include <tests/support/TemporaryDirectory.h>
 
 /// Runs an operation again and again: its first allocation fails, then its second, and so on until it runs
 /// through; then the same with all later allocations failing too.

@@ -1,10 +1,10 @@
+#include <tests/allocation/FailingAllocations.h>
 #include <zun/files/AFile.h>
 #include <zun/files/AFileIndex.h>
 #include <zun/files/AFiler.h>
 #include <zun/files/ALibrary.h>
 
 #include <filesystem>
-#include <tests/allocation/FailingAllocations.h>
 
 namespace {
 

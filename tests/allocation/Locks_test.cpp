@@ -1,9 +1,9 @@
+#include <tests/allocation/FailingAllocations.h>
+#include <tests/support/PrivateRoot.h>
 #include <zun/lock/InterProcessLock.h>
 #include <zun/lock/UnixLock.h>
 
 #include <filesystem>
-#include <tests/allocation/FailingAllocations.h>
-#include <tests/support/PrivateRoot.h>
 
 using namespace orvane_com::zun::lock;
 

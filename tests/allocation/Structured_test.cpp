@@ -1,3 +1,4 @@
+#include <tests/allocation/FailingAllocations.h>
 #include <zun/structured/AnIni2.h>
 #include <zun/structured/AnXml.h>
 #include <zun/structured/AnXmlChildIndex.h>
@@ -5,7 +6,6 @@
 #include <zun/structured/AnXmlValueIndex.h>
 
 #include <filesystem>
-#include <tests/allocation/FailingAllocations.h>
 
 namespace {
 

@@ -1,3 +1,4 @@
+#include <tests/allocation/FailingAllocations.h>
 #include <zun/binary/ABinaryStream.h>
 #include <zun/binary/ABuffer.h>
 #include <zun/binary/Base64.h>
@@ -7,7 +8,6 @@
 #include <zun/text/AStringParser.h>
 
 #include <cstdlib>
-#include <tests/allocation/FailingAllocations.h>
 
 namespace {
 

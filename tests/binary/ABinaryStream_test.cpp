@@ -1,3 +1,4 @@
+#include <tests/support/LogCapture.h>
 #include <zun/binary/ABinaryStream.h>
 
 #include <gmock/gmock.h>
@@ -7,7 +8,6 @@
 #include <climits>
 #include <cstdint>
 #include <string>
-#include <tests/support/LogCapture.h>
 #include <vector>
 
 namespace {

@@ -1,3 +1,4 @@
+#include <tests/support/LogCapture.h>
 #include <zun/binary/ABuffer.h>
 
 #include <gmock/gmock.h>
@@ -6,7 +7,6 @@
 #include <climits>
 #include <stdexcept>
 #include <string>
-#include <tests/support/LogCapture.h>
 
 namespace {
 

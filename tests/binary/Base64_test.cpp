@@ -1,3 +1,4 @@
+#include <tests/support/Base64Calls.h>
 #include <zun/binary/Base64.h>
 #include <zun/binary/ByteOrder.h>
 
@@ -7,7 +8,6 @@
 #include <array>
 #include <random>
 #include <string>
-#include <tests/support/Base64Calls.h>
 
 namespace {
 
@@ -18,8 +18,9 @@ static_assert(Host2Be2(0x1122) == (ComputerIsLe() ? 0x2211 : 0x1122) && Le2Host2
 
 TEST(Base64Test, KnownTexts) {
     using Text = std::array<std::string, 2>;
-    for (auto const& [bytes, text] : {Text{"", ""}, Text{"f", "Zg=="}, Text{"fo", "Zm8="},
-                                      Text{"foo", "Zm9v"}, Text{"foobar", "Zm9vYmFy"}, Text{"\xfb\xff\xbf", "+/+/"}}) {
+    for (auto const& [bytes, text] :
+         {Text{"", ""}, Text{"f", "Zg=="}, Text{"fo", "Zm8="}, Text{"foo", "Zm9v"},
+          Text{"foobar", "Zm9vYmFy"}, Text{"\xfb\xff\xbf", "+/+/"}}) {
         EXPECT_EQ(callBase64Encode(bytes, 100, 0).written, text);
         EXPECT_EQ(callBase64Decode("\n -" + text, 100, 0).written, bytes);
     }

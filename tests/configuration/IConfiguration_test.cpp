@@ -1,3 +1,4 @@
+#include <tests/support/TemporaryDirectory.h>
 #include <zun/configuration/IConfiguration.h>
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/platform/registry/Registry.h>
@@ -6,7 +7,6 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
-#include <tests/support/TemporaryDirectory.h>
 #include <thread>
 
 using namespace orvane_com::zun::configuration;

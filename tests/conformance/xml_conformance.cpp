@@ -1,3 +1,4 @@
+#include <tests/support/ExpatVerdict.h>
 #include <zun/structured/AnXml.h>
 
 #include <cstdio>
@@ -8,7 +9,6 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <tests/support/ExpatVerdict.h>
 #include <utility>
 #include <vector>
 

@@ -1,3 +1,6 @@
+#include <tests/support/LogCapture.h>
+#include <tests/support/TemporaryDirectory.h>
+#include <tests/support/Utf8Locale.h>
 #include <zun/files/AFileIndex.h>
 
 #include <gmock/gmock.h>
@@ -8,9 +11,6 @@
 #include <map>
 #include <set>
 #include <string>
-#include <tests/support/LogCapture.h>
-#include <tests/support/TemporaryDirectory.h>
-#include <tests/support/Utf8Locale.h>
 
 namespace {
 

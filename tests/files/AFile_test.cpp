@@ -1,3 +1,7 @@
+#include <tests/support/LogCapture.h>
+#include <tests/support/OpenDescriptors.h>
+#include <tests/support/TemporaryDirectory.h>
+#include <tests/support/Utf8Locale.h>
 #include <zun/files/AFile.h>
 
 #include <gmock/gmock.h>
@@ -8,10 +12,6 @@
 #include <filesystem>
 #include <string>
 #include <sys/stat.h>
-#include <tests/support/LogCapture.h>
-#include <tests/support/OpenDescriptors.h>
-#include <tests/support/TemporaryDirectory.h>
-#include <tests/support/Utf8Locale.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>

@@ -1,3 +1,6 @@
+#include <tests/support/LogCapture.h>
+#include <tests/support/OpenDescriptors.h>
+#include <tests/support/TemporaryDirectory.h>
 #include <zun/configuration/IConfiguration.h>
 #include <zun/files/AFiler.h>
 
@@ -11,9 +14,6 @@
 #include <filesystem>
 #include <string>
 #include <sys/stat.h>
-#include <tests/support/LogCapture.h>
-#include <tests/support/OpenDescriptors.h>
-#include <tests/support/TemporaryDirectory.h>
 #include <thread>
 #include <unistd.h>
 

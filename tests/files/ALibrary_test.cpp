@@ -1,3 +1,4 @@
+#include <tests/support/LogCapture.h>
 #include <zun/files/ALibrary.h>
 #include <zun/files/APath.h>
 
@@ -5,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
-#include <tests/support/LogCapture.h>
 
 namespace {
 

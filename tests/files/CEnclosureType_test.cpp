@@ -1,9 +1,9 @@
+#include <tests/support/PrivateRoot.h>
 #include <zun/files/CEnclosureType.h>
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <tests/support/PrivateRoot.h>
 
 #ifdef __linux__
 

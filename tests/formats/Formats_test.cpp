@@ -1,3 +1,4 @@
+#include <tests/support/TemporaryDirectory.h>
 #include <zun/binary/ABinaryStream.h>
 #include <zun/platform/crypto/ACryptWrap.h>
 #include <zun/platform/helper/CommonHelper.h>
@@ -10,7 +11,6 @@
 #include <array>
 #include <cstdlib>
 #include <filesystem>
-#include <tests/support/TemporaryDirectory.h>
 
 // What one processor writes, another one reads. tests/data/formats has a folder of files for each processor,
 // made there by this program: ZUN_MAKE_SAMPLE=tests/data/formats/arm64 formats_tests.

@@ -1,3 +1,5 @@
+#include <tests/support/Allocations.h>
+#include <tests/support/LogCapture.h>
 #include <zun/linux/log.h>
 
 #include <gmock/gmock.h>
@@ -9,8 +11,6 @@
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
-#include <tests/support/Allocations.h>
-#include <tests/support/LogCapture.h>
 #include <thread>
 
 using namespace orvane_com::zun::logger;

@@ -1,3 +1,4 @@
+#include <tests/support/TemporaryDirectory.h>
 #include <zun/lock/CReadWriteSync.h>
 
 #include <gtest/gtest.h>
@@ -7,7 +8,6 @@
 #include <latch>
 #include <memory>
 #include <string>
-#include <tests/support/TemporaryDirectory.h>
 #include <thread>
 #include <vector>
 

@@ -1,3 +1,7 @@
+#include <tests/support/ChildProcess.h>
+#include <tests/support/LogCapture.h>
+#include <tests/support/OpenDescriptors.h>
+#include <tests/support/PrivateRoot.h>
 #include <zun/lock/InterProcessLock.h>
 #include <zun/lock/UnixLock.h>
 #include <zun/logger/ILogger.h>
@@ -18,10 +22,6 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/sem.h>
-#include <tests/support/ChildProcess.h>
-#include <tests/support/LogCapture.h>
-#include <tests/support/OpenDescriptors.h>
-#include <tests/support/PrivateRoot.h>
 #include <thread>
 #include <unistd.h>
 

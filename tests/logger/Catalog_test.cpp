@@ -1,3 +1,4 @@
+#include <tests/support/LoggerFixture.h>
 #include <zun/logger/MessageResource.h>
 #include <zun/logger/logInSyslog.h>
 
@@ -7,7 +8,6 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <syslog.h>
-#include <tests/support/LoggerFixture.h>
 #include <unistd.h>
 
 using namespace orvane_com::zun::logger;

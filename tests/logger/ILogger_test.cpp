@@ -1,3 +1,5 @@
+#include <tests/support/LoggerFixture.h>
+
 #include <gmock/gmock.h>
 
 #include <cerrno>
@@ -6,7 +8,6 @@
 #include <iostream>
 #include <pthread.h>
 #include <sstream>
-#include <tests/support/LoggerFixture.h>
 #include <thread>
 #include <unistd.h>
 

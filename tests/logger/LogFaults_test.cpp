@@ -1,3 +1,7 @@
+#include <tests/support/ChildProcess.h>
+#include <tests/support/LoggerFixture.h>
+#include <tests/support/OpenDescriptors.h>
+
 #include <gmock/gmock.h>
 
 #include <csignal>
@@ -6,9 +10,6 @@
 #include <iterator>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <tests/support/ChildProcess.h>
-#include <tests/support/LoggerFixture.h>
-#include <tests/support/OpenDescriptors.h>
 #include <unistd.h>
 #include <vector>
 #ifdef __linux__

@@ -1,3 +1,6 @@
+#include <tests/support/ChildProcess.h>
+#include <tests/support/LoggerFixture.h>
+
 #include <gmock/gmock.h>
 
 #include <chrono>
@@ -6,8 +9,6 @@
 #include <map>
 #include <random>
 #include <sys/file.h>
-#include <tests/support/ChildProcess.h>
-#include <tests/support/LoggerFixture.h>
 #include <thread>
 #include <unistd.h>
 

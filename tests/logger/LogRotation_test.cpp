@@ -1,9 +1,10 @@
+#include <tests/support/LoggerFixture.h>
+
 #include <gmock/gmock.h>
 
 #include <filesystem>
 #include <limits>
 #include <set>
-#include <tests/support/LoggerFixture.h>
 
 using namespace orvane_com::zun::logger;
 using testing::ElementsAre;

@@ -1,8 +1,9 @@
+#include <tests/soak/LogReader.h>
+#include <tests/support/TemporaryDirectory.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <tests/soak/LogReader.h>
-#include <tests/support/TemporaryDirectory.h>
 #include <unistd.h>
 
 namespace {

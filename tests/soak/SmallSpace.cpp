@@ -1,3 +1,5 @@
+#include <tests/soak/SmallSpace.h>
+
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
@@ -6,7 +8,6 @@
 #include <memory>
 #include <sys/mount.h>
 #include <sys/resource.h>
-#include <tests/soak/SmallSpace.h>
 #include <unistd.h>
 
 namespace {

@@ -1,3 +1,6 @@
+#include <tests/soak/LogReader.h>
+#include <tests/soak/Workers.h>
+#include <tests/support/TemporaryDirectory.h>
 #include <zun/lock/UnixLock.h>
 #include <zun/logger/ILogger.h>
 #include <zun/platform/helper/CommonHelper.h>
@@ -18,9 +21,6 @@
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/stat.h>
-#include <tests/soak/LogReader.h>
-#include <tests/soak/Workers.h>
-#include <tests/support/TemporaryDirectory.h>
 #include <thread>
 #include <vector>
 

@@ -1,11 +1,12 @@
 #pragma once
 
+#include <tests/soak/Account.h>
+#include <tests/soak/SmallSpace.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <sys/types.h>
-#include <tests/soak/Account.h>
-#include <tests/soak/SmallSpace.h>
 
 /// Where the workers of a round work, each kind in files of its own.
 struct Place {

@@ -1,6 +1,11 @@
 // Processes that do everything at once to the same files, are killed and started again, and an account at the
 // end of what became of their work. Its verdicts depend on no time; only how much work is done does.
 
+#include <tests/soak/Account.h>
+#include <tests/soak/LogReader.h>
+#include <tests/soak/SmallSpace.h>
+#include <tests/soak/Workers.h>
+#include <tests/support/TemporaryDirectory.h>
 #include <zun/lock/UnixLock.h>
 #include <zun/logger/ILogger.h>
 #include <zun/platform/helper/CommonHelper.h>
@@ -19,11 +24,6 @@
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/wait.h>
-#include <tests/soak/Account.h>
-#include <tests/soak/LogReader.h>
-#include <tests/soak/SmallSpace.h>
-#include <tests/soak/Workers.h>
-#include <tests/support/TemporaryDirectory.h>
 #include <thread>
 #include <vector>
 

@@ -1,3 +1,4 @@
+#include <tests/support/Stranger.h>
 #include <zun/files/AFiler.h>
 #include <zun/platform/crypto/ACryptWrap.h>
 #include <zun/platform/helper/CommonHelper.h>
@@ -12,7 +13,6 @@
 #include <filesystem>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <tests/support/Stranger.h>
 
 namespace fs = std::filesystem;
 using orvane_com::zun::helper::toWide;

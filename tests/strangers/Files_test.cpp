@@ -1,11 +1,11 @@
+#include <tests/support/LogCapture.h>
+#include <tests/support/Stranger.h>
 #include <zun/files/AFile.h>
 #include <zun/files/AFiler.h>
 
 #include <gmock/gmock.h>
 
 #include <functional>
-#include <tests/support/LogCapture.h>
-#include <tests/support/Stranger.h>
 
 namespace {
 

@@ -1,3 +1,5 @@
+#include <tests/support/LoggerFixture.h>
+#include <tests/support/Stranger.h>
 #include <zun/platform/helper/CommonHelper.h>
 
 #include <gtest/gtest.h>
@@ -7,8 +9,6 @@
 #include <filesystem>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <tests/support/LoggerFixture.h>
-#include <tests/support/Stranger.h>
 
 namespace fs = std::filesystem;
 using orvane_com::zun::helper::toWide;

@@ -1,3 +1,6 @@
+#include <tests/support/LogCapture.h>
+#include <tests/support/PrivateRoot.h>
+#include <tests/support/Stranger.h>
 #include <zun/lock/InterProcessLock.h>
 #include <zun/lock/UnixLock.h>
 
@@ -9,9 +12,6 @@
 #include <optional>
 #include <sys/ipc.h>
 #include <sys/sem.h>
-#include <tests/support/LogCapture.h>
-#include <tests/support/PrivateRoot.h>
-#include <tests/support/Stranger.h>
 
 using namespace orvane_com::zun::lock;
 using testing::Contains;

@@ -1,3 +1,4 @@
+#include <tests/support/LogCapture.h>
 #include <zun/structured/AnXml.h>
 #include <zun/structured/AnXmlChildIndex.h>
 #include <zun/structured/AnXmlNode.h>
@@ -7,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <tests/support/LogCapture.h>
 
 using testing::ElementsAre;
 using testing::EndsWith;

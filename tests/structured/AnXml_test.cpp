@@ -1,3 +1,6 @@
+#include <tests/support/KilledWriter.h>
+#include <tests/support/LogCapture.h>
+#include <tests/support/TemporaryDirectory.h>
 #include <zun/platform/crypto/ACryptWrap.h>
 #include <zun/structured/AnXml.h>
 #include <zun/structured/AnXmlNode.h>
@@ -8,9 +11,6 @@
 #include <memory>
 #include <set>
 #include <string>
-#include <tests/support/KilledWriter.h>
-#include <tests/support/LogCapture.h>
-#include <tests/support/TemporaryDirectory.h>
 #include <unistd.h>
 #include <vector>
 

@@ -1,10 +1,10 @@
+#include <tests/support/LiteralWildcard.h>
 #include <zun/structured/MatchWildcard.h>
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <string_view>
-#include <tests/support/LiteralWildcard.h>
 #include <vector>
 
 namespace {

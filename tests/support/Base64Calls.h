@@ -1,8 +1,8 @@
 #pragma once
 
+#include <tests/support/LiteralBase64.h>
 #include <zun/binary/Base64.h>
 
-#include <tests/support/LiteralBase64.h>
 #include <vector>
 
 /// One call of a coder of the library, with source and destination in blocks of exactly their size.

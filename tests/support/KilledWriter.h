@@ -1,11 +1,12 @@
 #pragma once
 
+#include <tests/support/ChildProcess.h>
+
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <cstddef>
 #include <random>
-#include <tests/support/ChildProcess.h>
 #include <thread>
 #include <unistd.h>
 

@@ -1,9 +1,9 @@
+#include <tests/support/LogCapture.h>
 #include <zun/logger/ILogger.h>
 
 #include <algorithm>
 #include <fstream>
 #include <iterator>
-#include <tests/support/LogCapture.h>
 
 using orvane_com::zun::logger::ILogger;
 

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <tests/support/TemporaryDirectory.h>
+
 #include <ios>
 #include <string>
-#include <tests/support/TemporaryDirectory.h>
 #include <vector>
 
 /// The process's logger, started at level Debug on a file of its own for the length of a test.

@@ -1,11 +1,11 @@
 #pragma once
 
+#include <tests/support/TemporaryDirectory.h>
 #include <zun/logger/ILogger.h>
 
 #include <gtest/gtest.h>
 
 #include <string>
-#include <tests/support/TemporaryDirectory.h>
 #include <vector>
 
 /// The lines of a log file, without their CR LF. A last line that lacks it, and a bare line feed, fail the

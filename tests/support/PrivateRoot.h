@@ -1,11 +1,12 @@
 #pragma once
 
+#include <tests/support/TemporaryDirectory.h>
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
-#include <tests/support/TemporaryDirectory.h>
 #include <unistd.h>
 
 /// While it lives, the process's root directory is an empty one with room for temporary directories.

@@ -1,11 +1,12 @@
 #pragma once
 
+#include <tests/support/ChildProcess.h>
+#include <tests/support/TemporaryDirectory.h>
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <grp.h>
-#include <tests/support/ChildProcess.h>
-#include <tests/support/TemporaryDirectory.h>
 #include <unistd.h>
 
 /// For tests in which the super-user, as whom they run, meets another local user.

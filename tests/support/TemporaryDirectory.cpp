@@ -1,3 +1,4 @@
+#include <tests/support/TemporaryDirectory.h>
 #include <zun/platform/helper/CommonHelper.h>
 
 #include <gtest/gtest.h>
@@ -6,7 +7,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <tests/support/TemporaryDirectory.h>
 
 TemporaryDirectory::TemporaryDirectory() {
     std::string path = testing::TempDir() + "zun_test_XXXXXX";

@@ -1,3 +1,5 @@
+#include <tests/support/LogCapture.h>
+#include <tests/support/Utf8Locale.h>
 #include <zun/text/ACharString.h>
 #include <zun/text/AString.h>
 
@@ -7,8 +9,6 @@
 #include <clocale>
 #include <new>
 #include <string>
-#include <tests/support/LogCapture.h>
-#include <tests/support/Utf8Locale.h>
 
 namespace {
 

@@ -1,12 +1,12 @@
+#include <tests/support/LogCapture.h>
+#include <tests/support/TemporaryDirectory.h>
+#include <tests/support/Utf8Locale.h>
 #include <zun/text/ALocalizedString.h>
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <tests/support/LogCapture.h>
-#include <tests/support/TemporaryDirectory.h>
-#include <tests/support/Utf8Locale.h>
 
 using testing::Contains;
 using testing::EndsWith;

@@ -1,3 +1,5 @@
+#include <tests/support/CLibraryFormat.h>
+#include <tests/support/LogCapture.h>
 #include <zun/text/AString.h>
 
 #include <gmock/gmock.h>
@@ -5,8 +7,6 @@
 #include <climits>
 #include <cstdint>
 #include <cwchar>
-#include <tests/support/CLibraryFormat.h>
-#include <tests/support/LogCapture.h>
 
 using testing::ElementsAre;
 using testing::EndsWith;

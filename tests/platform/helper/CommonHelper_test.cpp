@@ -1,3 +1,4 @@
+#include <tests/support/TemporaryDirectory.h>
 #include <zun/platform/helper/CommonHelper.h>
 
 #include <gmock/gmock.h>
@@ -6,7 +7,6 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
-#include <tests/support/TemporaryDirectory.h>
 #include <thread>
 #include <unistd.h>
 

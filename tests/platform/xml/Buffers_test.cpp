@@ -1,10 +1,10 @@
+#include <tests/support/TemporaryDirectory.h>
 #include <zun/platform/xml/AdvXMLParser.h>
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <sys/stat.h>
-#include <tests/support/TemporaryDirectory.h>
 
 using namespace AdvXMLParser;
 using namespace std::string_literals;

@@ -24,7 +24,8 @@ bool readWholeFile(FileDescriptor const& file, std::string& bytes) {
     std::optional<struct stat> const status = file.status();
     if (!status)
         return false;
-    // The size need not be true, of the system's own files and of one that grows meanwhile: a byte more tells.
+    // The size need not be true, of the system's own files and of one that grows meanwhile: a byte more
+    // tells.
     constexpr off_t smallestRoom = 4096;
     std::size_t room = static_cast<std::size_t>(std::max(status->st_size, smallestRoom)) + 1;
     std::string content;
