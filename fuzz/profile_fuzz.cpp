@@ -28,6 +28,8 @@ public:
         for (std::size_t s = 0; s < sections.size(); s = sections.find(L'\0', s) + 1) {
             std::wstring const section = sections.c_str() + s;
             std::wstring const keys = get(section.c_str(), nullptr);
+            if (keys == absent) // the name is no UTF-8, and no wide one is the same
+                continue;
             for (std::size_t k = 0; k < keys.size(); k = keys.find(L'\0', k) + 1) {
                 std::wstring const key = keys.c_str() + k;
                 settings[{section, key}] = get(section.c_str(), key.c_str());
