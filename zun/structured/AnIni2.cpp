@@ -72,16 +72,18 @@ void logFailure(wchar_t const* begin, AString const& fileName, int error) {
 /// False, with errno set and reasonFor it.
 bool writeLocked(std::string const& path, std::string_view bytes) {
     // Held against the other writers of profile strings; it is had only where the file can be written.
-    file::FileLock const lock(path);
+    std::optional<file::Place> const place = file::Place::find(path);
+    if (!place)
+        return false;
+    file::FileLock const lock(*place);
     if (!lock.isHeld())
         return false;
-    if (file::replaceWholeFile(path, bytes))
+    if (file::replaceWholeFile(*place, bytes))
         return true;
     if (file::isRefusal(errno) || (errno != EACCES && errno != EPERM && errno != EROFS && errno != EBUSY))
         return false;
     // No file can be made beside it, or it is mounted by itself: it is written in place.
-    std::optional<file::Place> const place = file::Place::find(path);
-    return place && place->open(file::Place::Kind::data, O_WRONLY | O_TRUNC).write(bytes) == bytes.size();
+    return place->open(file::Place::Kind::data, O_WRONLY | O_TRUNC).write(bytes) == bytes.size();
 }
 
 } // namespace

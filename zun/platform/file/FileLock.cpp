@@ -49,7 +49,7 @@ bool isLockedAtOnce(FileDescriptor const& file) {
 
 /// Those who may write the shared file may open its lock.
 mode_t lockModeFor(struct stat const& shared) {
-    int const writers = shared.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH);
+    unsigned const writers = static_cast<unsigned>(shared.st_mode) & (S_IWUSR | S_IWGRP | S_IWOTH);
     return static_cast<mode_t>(ownerOnly | writers | writers << 1); // who may write may read
 }
 
@@ -63,12 +63,18 @@ void openToWriters(FileDescriptor const& lock, struct stat const& shared) {
 } // namespace
 
 FileLock::FileLock(std::string const& path, Wait wait) {
-    std::optional<Place> const shared = Place::find(path);
-    if (!shared)
-        return;
+    if (std::optional<Place> const shared = Place::find(path))
+        take(*shared, wait);
+}
+
+FileLock::FileLock(Place const& shared, Wait wait) {
+    take(shared, wait);
+}
+
+void FileLock::take(Place const& shared, Wait wait) {
     Patience patience;
     for (;;) {
-        Attempt const result = attempt(*shared);
+        Attempt const result = attempt(shared);
         if (result == Attempt::succeeded || result == Attempt::failed)
             return;
         if (wait == Wait::none || !patience.pause()) {

@@ -22,6 +22,7 @@ public:
     /// Where no file can be made beside it, the lock is had on the shared file itself. Tells by isHeld; when
     /// the lock is not had, errno is set and reasonFor it.
     explicit FileLock(std::string const& path, Wait wait = Wait::bounded);
+    explicit FileLock(Place const& shared, Wait wait = Wait::bounded);
     FileLock(FileLock const&) = delete;
     FileLock& operator=(FileLock const&) = delete;
     /// Leaves errno as it was.
@@ -34,6 +35,8 @@ public:
     bool isHeldElsewhere() const { return m_isHeldElsewhere; }
 
 private:
+    void take(Place const& shared, Wait wait);
+
     enum class Attempt { succeeded, isHeldElsewhere, isOccupied, failed };
 
     Attempt attempt(Place const& shared);

@@ -3,17 +3,24 @@
 #include <zun/platform/file/WholeFile.h>
 
 #include <cerrno>
+#include <fcntl.h>
 
 namespace orvane_com::zun::file {
 
 bool editSharedFile(std::string const& path, std::function<void(std::string&)> const& edit, mode_t mode) {
-    FileLock const lock(path);
+    std::optional<Place> const place = Place::find(path);
+    if (!place)
+        return false;
+    FileLock const lock(*place);
+    if (!lock.isHeld())
+        return false;
     std::string before;
-    if (!lock.isHeld() || (!readWholeFile(path, before) && errno != ENOENT))
+    FileDescriptor const current = place->open(Place::Kind::data, O_RDONLY);
+    if (current.isOpen() ? !readWholeFile(current, before) : errno != ENOENT)
         return false;
     std::string after = before;
     edit(after);
-    return after == before || replaceWholeFile(path, after, mode);
+    return after == before || replaceWholeFile(*place, after, mode);
 }
 
 } // namespace orvane_com::zun::file

@@ -1,4 +1,3 @@
-#include <zun/platform/file/Place.h>
 #include <zun/platform/file/Refusal.h>
 #include <zun/platform/file/ReplacementFile.h>
 #include <zun/platform/file/WholeFile.h>
@@ -53,22 +52,24 @@ bool readWholeFile(std::string const& path, std::string& bytes) {
 
 bool replaceWholeFile(std::string const& path, std::string_view bytes, mode_t mode) {
     std::optional<Place> const target = Place::find(path);
-    if (!target)
-        return false;
-    std::optional<struct stat> const existing = target->status();
+    return target && replaceWholeFile(*target, bytes, mode);
+}
+
+bool replaceWholeFile(Place const& target, std::string_view bytes, mode_t mode) {
+    std::optional<struct stat> const existing = target.status();
     if (existing && S_ISCHR(existing->st_mode)) {
-        FileDescriptor file = target->open(Place::Kind::any, O_WRONLY);
+        FileDescriptor file = target.open(Place::Kind::any, O_WRONLY);
         return file.isOpen() && file.write(bytes) == bytes.size() && file.close();
     }
-    if (existing && !target->accepts(Place::Kind::data, *existing))
+    if (existing && !target.accepts(Place::Kind::data, *existing))
         return false;
     // Until it has the existing file's owner and mode, nobody else may read the new one.
-    ReplacementFile replacement(*target, existing ? ownerOnly : mode);
+    ReplacementFile replacement(target, existing ? ownerOnly : mode);
     FileDescriptor& file = replacement.file();
     if (!file.isOpen() || (existing && !takeOverIdentity(file, *existing)) ||
         file.write(bytes) != bytes.size() || !file.flush() || !file.close() || !replacement.replaceTarget())
         return false;
-    target->flushDirectory();
+    target.flushDirectory();
     return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include <zun/platform/file/FileDescriptor.h>
 #include <zun/platform/file/Permissions.h>
+#include <zun/platform/file/Place.h>
 
 #include <cstddef>
 #include <string>
@@ -25,5 +26,6 @@ bool readWholeFile(FileDescriptor const& file, std::string& bytes);
 /// device has no contents to replace: it takes the bytes. False, with errno set, reasonFor it and the old
 /// file untouched, on failure; std::bad_alloc leaves it untouched too.
 bool replaceWholeFile(std::string const& path, std::string_view bytes, mode_t mode = newFileMode);
+bool replaceWholeFile(Place const& target, std::string_view bytes, mode_t mode = newFileMode);
 
 } // namespace orvane_com::zun::file
