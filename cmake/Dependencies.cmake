@@ -9,3 +9,9 @@ else()
     find_package(PkgConfig REQUIRED)
     pkg_check_modules(sodium REQUIRED IMPORTED_TARGET libsodium)
 endif()
+
+# Those of the program zun alone.
+if(ZUN_BUILD_TOOL)
+    find_package(CLI11 REQUIRED CONFIG)
+    pkg_check_modules(re2 REQUIRED IMPORTED_TARGET re2)
+endif()

@@ -17,7 +17,8 @@ public:
 
     std::wstring configurationDirectory() const { return m_path + L"/etc"; }
     std::wstring installLocation() const { return m_path + L"/agent"; }
-    std::wstring logFile() const { return m_path + L"/log/agent.log"; }
+    std::wstring logDirectory() const { return m_path + L"/log"; }
+    std::wstring logFile() const { return logDirectory() + L"/agent.log"; }
 
 private:
     void installProducts(std::string const& sample) const;
