@@ -1,5 +1,6 @@
 #include <zun/platform/file/WholeFile.h>
 #include <zun/platform/helper/CommonHelper.h>
+#include <zun/platform/registry/CaseFolding.h>
 #include <zun/platform/registry/RegistryFormat.h>
 #include <zun/platform/registry/RegistryListing.h>
 
