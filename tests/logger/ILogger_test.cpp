@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
+#include <chrono>
 #include <clocale>
 #include <ctime>
 #include <iostream>
@@ -47,9 +48,10 @@ TEST_F(ILoggerTest, TimeStampIsLocalTime) {
     setenv("TZ", "XYZ-5:30", 1);
     tzset();
     attach("agent.log");
-    std::time_t const before = std::time(nullptr);
+    using Clock = std::chrono::system_clock; // time(2) may lag behind it
+    std::time_t const before = Clock::to_time_t(Clock::now());
     logger().logMessage(Info, std::wstring(L"x"));
-    std::time_t const after = std::time(nullptr);
+    std::time_t const after = Clock::to_time_t(Clock::now());
     std::tm written{};
     ASSERT_NE(strptime(readFile(path("agent.log")).c_str(), "%Y-%m-%d %H:%M:%S", &written), nullptr);
     written.tm_isdst = -1;
