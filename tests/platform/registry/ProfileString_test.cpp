@@ -3,9 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <string>
 #include <sys/stat.h>
 
 namespace {
@@ -92,15 +90,12 @@ TEST_F(ProfileStringTest, ChangesOnlyWhatItIsAskedTo) {
     std::string const start =
         "\xEF\xBB\xBF; top\r\n\r\n[One]\r\n Key = old \r\n;note\r\nodd\xFF\r\n\r\n[Two]\r\nk=v";
     put(start);
-    EXPECT_TRUE(set(L"ONE", L"kEY", L"new = \u00E4"));
-    EXPECT_TRUE(set(L"one", L"added", L"1"));
-    EXPECT_TRUE(set(L"two", L"more", L""));
-    EXPECT_TRUE(set(L"Three", L"x", L"y"));
+    EXPECT_TRUE(set(L"ONE", L"kEY", L"new = \u00E4") && set(L"one", L"added", L"1"));
+    EXPECT_TRUE(set(L"two", L"more", L"") && set(L"Three", L"x", L"y"));
     EXPECT_EQ(text(),
               "\xEF\xBB\xBF; top\r\n\r\n[One]\r\n Key = new = \xC3\xA4\r\n;note\r\nodd\xFF\r\nadded=1\r\n\r\n"
               "[Two]\r\nk=v\r\nmore=\r\n\r\n[Three]\r\nx=y\r\n");
-    EXPECT_TRUE(set(L"one", L"KEY", nullptr));
-    EXPECT_TRUE(set(L"one", L"added", nullptr));
+    EXPECT_TRUE(set(L"one", L"KEY", nullptr) && set(L"one", L"added", nullptr));
     EXPECT_TRUE(set(L"TWO", nullptr, L"ignored"));
     EXPECT_EQ(text(), "\xEF\xBB\xBF; top\r\n\r\n[One]\r\n;note\r\nodd\xFF\r\n\r\n[Three]\r\nx=y\r\n");
     EXPECT_TRUE(set(L"no", L"such", nullptr));
@@ -122,16 +117,13 @@ TEST_F(ProfileStringTest, CreatesTheFileForAValueAlone) {
 TEST_F(ProfileStringTest, RefusesWhatCouldNotBeReadBack) {
     std::string const start = "[s]\nk=v\n";
     put(start);
-    struct {
-        wchar_t const* section;
-        wchar_t const* key;
-        wchar_t const* value;
-    } const refused[] = {{nullptr, nullptr, nullptr}, {nullptr, L"k", L"v"}, {L"a]", L"k", L"v"},
-                         {L"s", L"a=b", L"v"},        {L"s", L" ", L"v"},    {L"s", L";k", L"v"},
-                         {L"s", L"[x", L"]"},         {L"s", L"k", L"1\nx"}, {L"s\r", L"k", L"v"}};
-    for (auto const& entry : refused) {
+    using Setting = wchar_t const* [3];
+    Setting const refused[] = {{nullptr, nullptr, nullptr}, {nullptr, L"k", L"v"}, {L"a]", L"k", L"v"},
+                               {L"s", L"a=b", L"v"},        {L"s", L" ", L"v"},    {L"s", L";k", L"v"},
+                               {L"s", L"[x", L"]"},         {L"s", L"k", L"1\nx"}, {L"s\r", L"k", L"v"}};
+    for (auto const& [section, key, value] : refused) {
         errno = 0;
-        EXPECT_FALSE(set(entry.section, entry.key, entry.value));
+        EXPECT_FALSE(set(section, key, value));
         EXPECT_EQ(errno, EINVAL);
     }
     EXPECT_FALSE(WritePrivateProfileString(L"s", L"k", L"v", m_directory.wideFile("missing/file").c_str()));

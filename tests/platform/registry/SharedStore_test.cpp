@@ -1,19 +1,16 @@
-#include <tests/support/ChildProcess.h>
+#include <tests/support/Crowd.h>
 #include <tests/support/KilledWriter.h>
 #include <tests/support/LogCapture.h>
-#include <tests/support/TemporaryDirectory.h>
+#include <tests/support/RegistryValues.h>
 #include <zun/platform/helper/CommonHelper.h>
 #include <zun/platform/registry/ProfileString.h>
-#include <zun/platform/registry/Registry.h>
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <ostream>
-#include <set>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 
 using orvane_com::zun::helper::toWide;
 
@@ -49,21 +46,15 @@ bool openRegistry(std::string const& file) {
 bool setRegistry(std::string const& /*file*/, std::string const& name, std::string const& value) {
     HKEY key = nullptr;
     return RegCreateKey(HKEY_LOCAL_MACHINE, "s", &key) == ERROR_SUCCESS &&
-           RegSetValueEx(key, name.c_str(), 0, REG_SZ, reinterpret_cast<unsigned char const*>(value.data()),
-                         value.size()) == ERROR_SUCCESS &&
-           RegCloseKey(key) == ERROR_SUCCESS;
+           setValue(key, name.c_str(), value) == ERROR_SUCCESS && RegCloseKey(key) == ERROR_SUCCESS;
 }
 
 std::string getRegistry(std::string const& /*file*/, std::string const& name) {
-    std::string bytes(20'000, '\0');
-    unsigned long size = bytes.size();
     HKEY key = nullptr;
-    bool const found =
-        RegOpenKey(HKEY_LOCAL_MACHINE, "s", &key) == ERROR_SUCCESS &&
-        RegQueryValueEx(key, name.c_str(), nullptr, nullptr, reinterpret_cast<unsigned char*>(bytes.data()),
-                        &size) == ERROR_SUCCESS;
+    bool const isOpen = RegOpenKey(HKEY_LOCAL_MACHINE, "s", &key) == ERROR_SUCCESS;
+    std::string const value = isOpen ? getValue(key, name.c_str()) : "error";
     RegCloseKey(key);
-    return found ? bytes.substr(0, size) : "";
+    return value.starts_with("error") ? "" : value;
 }
 
 class SharedStoreTest : public testing::TestWithParam<Store> {
@@ -80,36 +71,24 @@ protected:
 
 TEST_P(SharedStoreTest, ProcessesLoseNoneOfTheirWrites) {
     constexpr int processes = 3;
-    constexpr int writes = 40;
-    std::vector<ChildProcess> children;
+    auto const forEachName = [](int process, auto const& work) {
+        bool wellDone = true;
+        for (int write = 0; write < 40; ++write)
+            wellDone = work(std::to_string(process) + "/" + std::to_string(write)) && wellDone;
+        return wellDone;
+    };
+    auto const stands = [this](std::string const& name) { return get(name) == name; };
+    runInProcesses(processes, [&](int process) {
+        return forEachName(process, [&](std::string const& name) { return set(name, name) && stands(name); });
+    });
     for (int process = 0; process < processes; ++process)
-        children.emplace_back([this, process] {
-            bool wellDone = true;
-            for (int write = 0; write < writes; ++write) {
-                std::string const name = std::to_string(process) + "/" + std::to_string(write);
-                wellDone = wellDone && set(name, name) && get(name) == name;
-            }
-            return wellDone;
-        });
-    for (ChildProcess& child : children)
-        EXPECT_TRUE(child.join());
-    for (int process = 0; process < processes; ++process)
-        for (int write = 0; write < writes; ++write) {
-            std::string const name = std::to_string(process) + "/" + std::to_string(write);
-            EXPECT_EQ(get(name), name);
-        }
+        EXPECT_TRUE(forEachName(process, stands));
 }
 
 TEST_P(SharedStoreTest, AKilledWriterLeavesTheOldFileOrTheNewOne) {
     std::string const values[] = {std::string(10'000, 'a'), std::string(7'000, 'b')};
     ASSERT_TRUE(set("v", "") && set("other", "kept"));
-    std::set<std::string> wholeFiles;
-    for (std::string const& value : values) {
-        ASSERT_TRUE(set("v", value));
-        wholeFiles.insert(readFile(m_file));
-    }
-    killWriterAtRandomMoments([&](std::size_t count) { return set("v", values[count % 2]); },
-                              [&] { return wholeFiles.contains(readFile(m_file)); });
+    killWriterAtRandomMoments([&](std::size_t count) { return set("v", values[count % 2]); }, m_file);
     EXPECT_TRUE(set("v", "free")) << "no lock is left behind";
     EXPECT_EQ(get("v") + get("other"), "freekept");
 }
