@@ -1,4 +1,4 @@
-#include <tests/support/ChildProcess.h>
+#include <tests/support/Crowd.h>
 #include <tests/support/Stranger.h>
 #include <tests/support/TemporaryDirectory.h>
 #include <zun/platform/crypto/ACryptWrap.h>
@@ -8,11 +8,8 @@
 #include <atomic>
 #include <filesystem>
 #include <initializer_list>
-#include <string>
 #include <sys/stat.h>
-#include <thread>
 #include <unistd.h>
-#include <vector>
 
 using namespace std::string_literals;
 
@@ -168,15 +165,11 @@ TEST_F(ACryptWrapTest, ProcessesThatComeAtOnceAgreeOnOneKey) {
     for (int round = 0; round < 20; ++round) {
         std::string const directory = m_directory.file(std::to_string(round));
         ASSERT_EQ(mkdir(directory.c_str(), S_IRWXU), 0);
-        std::vector<ChildProcess> children;
-        for (int process = 0; process < 4; ++process)
-            children.emplace_back([directory, process] {
-                bool const hasKey = ACryptWrap::useKeyFile(directory + "/key");
-                writeFile(directory + "/" + std::to_string(process), encrypt("x"));
-                return hasKey;
-            });
-        for (ChildProcess& child : children)
-            EXPECT_TRUE(child.join());
+        runInProcesses(4, [&directory](int process) {
+            bool const hasKey = ACryptWrap::useKeyFile(directory + "/key");
+            writeFile(directory + "/" + std::to_string(process), encrypt("x"));
+            return hasKey;
+        });
         ASSERT_TRUE(ACryptWrap::useKeyFile(directory + "/key"));
         for (int process = 0; process < 4; ++process) {
             std::string const stored = readFile(directory + "/" + std::to_string(process));
@@ -190,22 +183,18 @@ TEST_F(ACryptWrapTest, ProcessesThatComeAtOnceAgreeOnOneKey) {
 TEST_F(ACryptWrapTest, ServesManyThreadsWhileTheKeyIsSetAnew) {
     ASSERT_TRUE(ACryptWrap::useKeyFile(m_keyFile));
     std::atomic<int> working{4};
-    std::vector<std::thread> workers;
-    for (int thread = 0; thread < 4; ++thread)
-        workers.emplace_back([&working, thread] {
-            std::string const clear(1000, static_cast<char>('a' + thread));
-            for (int round = 0; round < 500; ++round) {
-                std::string result;
-                EXPECT_TRUE(ACryptWrap::decrypt_data(encrypt(clear), result));
-                EXPECT_EQ(result, clear);
-            }
-            EXPECT_EQ(ACryptWrap::lastError(), "");
-            --working;
-        });
-    while (working > 0)
-        EXPECT_TRUE(ACryptWrap::useKeyFile(m_keyFile));
-    for (std::thread& worker : workers)
-        worker.join();
+    runInThreads(5, [&](int thread) {
+        std::string const clear(1000, static_cast<char>('a' + thread));
+        while (thread == 4 && working > 0)
+            EXPECT_TRUE(ACryptWrap::useKeyFile(m_keyFile));
+        for (int round = 0; round < 500 && thread != 4; ++round) {
+            std::string result;
+            EXPECT_TRUE(ACryptWrap::decrypt_data(encrypt(clear), result));
+            EXPECT_EQ(result, clear);
+        }
+        EXPECT_EQ(ACryptWrap::lastError(), "");
+        --working;
+    });
 }
 
 } // namespace
