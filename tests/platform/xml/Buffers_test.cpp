@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
 #include <sys/stat.h>
 
 using namespace AdvXMLParser;
@@ -44,34 +43,25 @@ protected:
 } // namespace
 
 TEST_F(BuffersTest, MarkAndDeclarationDecideTheEncoding) {
-    struct Case {
-        std::string bytes;
-        std::int32_t encoding;
-        std::wstring text;
-    };
     std::string const latin = "<?xml version = '1.0'\tencoding= \"Iso-8859-1\" ?>";
     std::string const ascii = "<?xml version='1.0' encoding='US-ASCII'?>";
     std::string const utf16 = "<?xml version='1.0' encoding='utf-16'?>";
     auto const wide = [](std::string const& narrow) { return std::wstring(narrow.begin(), narrow.end()); };
-    for (Case const& given : {
-             Case{"", Utf8, L""},
-             Case{"\xC3\xA9\xF0\x9F\x98\x80", Utf8, L"\xE9\x1F600"},
-             Case{"\xEF\xBB\xBFx", Utf8, L"x"},
-             Case{"\xFF\xFE\x3D\xD8\x00\xDE"s, Utf16LittleEndian, L"\x1F600"},
-             Case{"\xFE\xFF\xD8\x3D\xDE\x00"s, Utf16BigEndian, L"\x1F600"},
-             Case{"\xFF\xFE\0\0\x00\xF6\x01\0"s, Utf32LittleEndian, L"\x1F600"},
-             Case{"\0\0\xFE\xFF\0\x01\xF6\x00"s, Utf32BigEndian, L"\x1F600"},
-             Case{latin + "\xE9", Latin1, wide(latin) + L"\xE9"},
-             Case{ascii, UsAscii, wide(ascii)},
-             Case{"\xEF\xBB\xBF" + latin + "\xC3\xA9", Utf8, wide(latin) + L"\xE9"},
-             Case{inUnits(utf16, 2, true), Utf16BigEndian, wide(utf16)},
-             Case{inUnits(utf16, 2, false), Utf16LittleEndian, wide(utf16)},
-             Case{inUnits("<a/>", 4, true), Utf32BigEndian, L"<a/>"},
-             Case{inUnits("<a/>", 4, false), Utf32LittleEndian, L"<a/>"},
-         }) {
-        EXPECT_EQ(read(given.bytes), Success) << given.bytes;
-        EXPECT_EQ(m_text, given.text) << given.bytes;
-        EXPECT_EQ(m_encoding, given.encoding) << given.bytes;
+    using Case = std::tuple<std::string, std::int32_t, std::wstring>;
+    for (auto const& [bytes, encoding, text] :
+         {Case{"", Utf8, L""}, Case{"\xC3\xA9\xF0\x9F\x98\x80", Utf8, L"\xE9\x1F600"},
+          Case{"\xEF\xBB\xBFx", Utf8, L"x"}, Case{"\xFF\xFE\x3D\xD8\x00\xDE"s, Utf16LittleEndian, L"\x1F600"},
+          Case{"\xFE\xFF\xD8\x3D\xDE\x00"s, Utf16BigEndian, L"\x1F600"},
+          Case{"\xFF\xFE\0\0\x00\xF6\x01\0"s, Utf32LittleEndian, L"\x1F600"},
+          Case{"\0\0\xFE\xFF\0\x01\xF6\x00"s, Utf32BigEndian, L"\x1F600"},
+          Case{latin + "\xE9", Latin1, wide(latin) + L"\xE9"}, Case{ascii, UsAscii, wide(ascii)},
+          Case{"\xEF\xBB\xBF" + latin + "\xC3\xA9", Utf8, wide(latin) + L"\xE9"},
+          Case{inUnits(utf16, 2, true), Utf16BigEndian, wide(utf16)},
+          Case{inUnits(utf16, 2, false), Utf16LittleEndian, wide(utf16)},
+          Case{inUnits("<a/>", 4, true), Utf32BigEndian, L"<a/>"},
+          Case{inUnits("<a/>", 4, false), Utf32LittleEndian, L"<a/>"}}) {
+        EXPECT_EQ(read(bytes), Success) << bytes;
+        EXPECT_EQ(std::pair(m_text, m_encoding), std::pair(text, encoding)) << bytes;
     }
     std::string utf8;
     EXPECT_EQ(ReadUtf8BufferFromFileNoExp(m_directory.wideFile("file"), utf8, m_encoding), Success);
@@ -79,22 +69,12 @@ TEST_F(BuffersTest, MarkAndDeclarationDecideTheEncoding) {
 }
 
 TEST_F(BuffersTest, MalformedBytesAreRefused) {
-    for (std::string const& bytes : {
-             "\xC0\x80"s,
-             "\xE0\x9F\xBF"s,
-             "\xED\xA0\x80"s,
-             "\xF4\x90\x80\x80"s,
-             "a\x80"s,
-             "\xE2\x82"s, // UTF-8
-             "\xFF\xFE\x3D\xD8"s,
-             "\xFF\xFE\x00\xDE"s,
-             "\xFF\xFE\x3D\xD8\x41\x00"s,
-             "\xFF\xFE\x41"s, // UTF-16
-             "\0\0\xFE\xFF\0\x11\0\0"s,
-             "\0\0\xFE\xFF\0\0\xD8\0"s,
-             "\0\0\xFE\xFF\0\0\x41"s, // UTF-32
-             "<?xml version='1.0' encoding='US-ASCII'?>\xE9"s,
-         }) {
+    for (std::string const& bytes :
+         {// UTF-8, UTF-16, UTF-32 and ASCII
+          "\xC0\x80"s, "\xE0\x9F\xBF"s, "\xED\xA0\x80"s, "\xF4\x90\x80\x80"s, "a\x80"s, "\xE2\x82"s,
+          "\xFF\xFE\x3D\xD8"s, "\xFF\xFE\x00\xDE"s, "\xFF\xFE\x3D\xD8\x41\x00"s, "\xFF\xFE\x41"s,
+          "\0\0\xFE\xFF\0\x11\0\0"s, "\0\0\xFE\xFF\0\0\xD8\0"s, "\0\0\xFE\xFF\0\0\x41"s,
+          "<?xml version='1.0' encoding='US-ASCII'?>\xE9"s}) {
         m_text = L"kept";
         EXPECT_EQ(read(bytes), TextMalformed) << testing::PrintToString(bytes);
         EXPECT_EQ(m_text, L"kept");
@@ -109,7 +89,7 @@ TEST_F(BuffersTest, MalformedBytesAreRefused) {
 }
 
 TEST_F(BuffersTest, ConversionsMeetAtEveryLength) {
-    for (std::size_t length = 0; length < 70; ++length) {
+    for (std::size_t length = 0; length < 70; ++length)
         for (std::size_t place = 0; place < length; ++place) {
             std::wstring text(length, L'x');
             text[place] = std::wstring(L"\xE9\x20AC\x1F600\x7F")[place % 4];
@@ -118,7 +98,6 @@ TEST_F(BuffersTest, ConversionsMeetAtEveryLength) {
             ASSERT_EQ(ConvertBufferToUnicode(bytes.data(), bytes.size(), m_text, Utf8), Success);
             ASSERT_EQ(m_text, text);
         }
-    }
 }
 
 TEST_F(BuffersTest, FailuresHaveACodeAndNameTheFile) {

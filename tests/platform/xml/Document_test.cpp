@@ -4,7 +4,6 @@
 
 #include <memory>
 #include <stdexcept>
-#include <string>
 #include <string_view>
 
 using namespace AdvXMLParser;
