@@ -1,3 +1,4 @@
+#include <tests/support/Crowd.h>
 #include <tests/support/TemporaryDirectory.h>
 #include <zun/lock/CReadWriteSync.h>
 
@@ -7,9 +8,6 @@
 #include <functional>
 #include <latch>
 #include <memory>
-#include <string>
-#include <thread>
-#include <vector>
 
 #ifdef __APPLE__
 #include <mach/mach.h>
@@ -94,32 +92,28 @@ TEST(CReadWriteSync, ExcludesAndLosesNoWakeUp) {
     long written = 0;
     long writtenToo = 0;
     std::atomic<int> torn = 0;
-    std::vector<std::thread> workers;
-    for (int worker = 0; worker < threads; ++worker)
-        workers.emplace_back([&, worker] {
-            CReadWriteSyncAuto guard(sync);
-            for (int round = 0; round < rounds; ++round) {
-                if ((worker + round) % 4 == 0) {
-                    guard.WriteLock();
-                    ++written;
-                    ++writtenToo;
-                } else {
-                    guard.ReadLock();
-                    torn += written != writtenToo;
-                }
-                if (round % 16 == 0)
-                    std::this_thread::yield(); // others run into the lock
-                guard.Unlock();
+    runInThreads(threads, [&](int worker) {
+        CReadWriteSyncAuto guard(sync);
+        for (int round = 0; round < rounds; ++round) {
+            if ((worker + round) % 4 == 0) {
+                guard.WriteLock();
+                ++written;
+                ++writtenToo;
+            } else {
+                guard.ReadLock();
+                torn += written != writtenToo;
             }
-        });
-    for (std::thread& worker : workers)
-        worker.join();
+            if (round % 16 == 0)
+                std::this_thread::yield(); // others run into the lock
+            guard.Unlock();
+        }
+    });
     EXPECT_EQ(written, threads * rounds / 4);
     EXPECT_EQ(torn, 0);
 }
 
 TEST(CReadWriteSync, MayBeDestroyedWhileTheLastHolderReturns) {
-    for (int round = 0; round < 1000; ++round) {
+    for (int round = 0; round < 100; ++round) {
         auto sync = std::make_unique<CReadWriteSync>();
         bool done = false;
         std::thread writer([&done, lock = sync.get()] {

@@ -1,4 +1,4 @@
-#include <tests/support/ChildProcess.h>
+#include <tests/support/Crowd.h>
 #include <tests/support/LogCapture.h>
 #include <tests/support/OpenDescriptors.h>
 #include <tests/support/PrivateRoot.h>
@@ -7,16 +7,13 @@
 #include <zun/logger/ILogger.h>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
-#include <filesystem>
 #include <memory>
-#include <optional>
 #include <random>
 #include <sys/ipc.h>
 #include <sys/mman.h>
@@ -34,9 +31,15 @@ namespace {
 std::string const lockDirectory = "/Library/Orvane/zun/scratch/";
 std::string const lockFile = lockDirectory + "agent";
 constexpr char const* hadEnded = "it had ended before";
+std::string const timeout = "Lock - Timeout occured , failed to acquire the lock";
 
 key_t keyOf(std::string const& path) {
     return ftok(path.c_str(), 3737);
+}
+
+/// The set of the lock "agent".
+int agentsSet() {
+    return semget(keyOf(lockFile), 3, 0);
 }
 
 /// Gives a test a lock directory of its own: the process's root is a temporary directory meanwhile.
@@ -53,15 +56,15 @@ protected:
                          << " in a root directory of its own";
     }
 
-    /// Writer flag, holders and references in the set of the lock "agent".
+    /// Writer flag, holders and references.
     static std::vector<int> counts() {
-        int const set = semget(keyOf(lockFile), 3, 0);
+        int const set = agentsSet();
         return {semctl(set, 0, GETVAL), semctl(set, 1, GETVAL), semctl(set, 2, GETVAL)};
     }
 
     /// Returns once so many processes wait for a writer to leave.
     static void awaitWaiters(int count) {
-        while (semctl(semget(keyOf(lockFile), 3, 0), 0, GETZCNT) < count)
+        while (semctl(agentsSet(), 0, GETZCNT) < count)
             std::this_thread::yield();
     }
 
@@ -75,13 +78,14 @@ protected:
             EXPECT_FALSE(m_seen[inode] && semget((keyOf("/") & ~(inodes - 1)) | inode, 3, 0) != -1);
     }
 
-    /// What was logged since the last call, without the headings of errors.
-    std::vector<std::string> takeLog() {
-        std::vector<std::string> lines = m_log->takeLines();
+    /// What was logged since the last call, without the lock's group and the headings of errors.
+    static std::vector<std::string> takeLines(LogCapture& log) {
+        std::vector<std::string> lines = log.takeLines();
         std::erase(lines, "[IPLock] [E] Error trace:");
+        for (std::string& line : lines)
+            line.erase(0, line.starts_with("[IPLock] ") ? 9 : 0);
         return lines;
     }
-    void startLog() { m_log.emplace(); }
 
 private:
     static constexpr key_t inodes = 0x10000;
@@ -89,11 +93,10 @@ private:
     PrivateRoot const m_root;
     bool* const m_seen =
         static_cast<bool*>(mmap(nullptr, inodes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANON, -1, 0));
-    std::optional<LogCapture> m_log;
 };
 
 TEST_F(UnixLockTest, ObjectsOnANameShareOneSetWhileThereAreAny) {
-    startLog();
+    LogCapture log;
     {
         UnixLock first("agent");
         {
@@ -108,18 +111,13 @@ TEST_F(UnixLockTest, ObjectsOnANameShareOneSetWhileThereAreAny) {
             EXPECT_TRUE(first.writeUnlock()) << "holds know no owner";
             EXPECT_TRUE(first.tryWriteLock() && first.writeUnlock());
         }
-        EXPECT_THAT(takeLog(),
-                    ElementsAre("[IPLock] [D] Semaphore already exist.",
-                                "[IPLock] [D] readLock - providing read lock",
-                                "[IPLock] [D] readLock - providing read lock",
-                                "[IPLock] [E]   writeLock - Timeout occured , failed to acquire the lock",
-                                "[IPLock] [D] readUnLock - unlocking the read lock successful",
-                                "[IPLock] [D] readUnLock - unlocking the read lock successful",
-                                "[IPLock] [D] writeLock - providing write lock",
-                                "[IPLock] [E]   readLock - Timeout occured , failed to acquire the lock",
-                                "[IPLock] [D] writeUnLock - unlocking the write lock successful",
-                                "[IPLock] [D] writeLock - providing write lock",
-                                "[IPLock] [D] writeUnLock - unlocking the write lock successful"));
+        std::string const reads = "[D] readLock - providing read lock";
+        std::string const hasRead = "[D] readUnLock - unlocking the read lock successful";
+        std::string const writes = "[D] writeLock - providing write lock";
+        std::string const hasWritten = "[D] writeUnLock - unlocking the write lock successful";
+        EXPECT_THAT(takeLines(log), ElementsAre("[D] Semaphore already exist.", reads, reads,
+                                                "[E]   write" + timeout, hasRead, hasRead, writes,
+                                                "[E]   read" + timeout, hasWritten, writes, hasWritten));
         UnixLock const other("other");
         EXPECT_THAT(counts(), ElementsAre(0, 0, 1));
         noteKey();
@@ -128,27 +126,25 @@ TEST_F(UnixLockTest, ObjectsOnANameShareOneSetWhileThereAreAny) {
 }
 
 TEST_F(UnixLockTest, ACleanedSetFailsItsUsersAndItsSuccessorStays) {
-    startLog();
+    LogCapture log;
     auto lock = std::make_unique<UnixLock>("agent");
     UnixLock::cleanSemaphore("agent");
     EXPECT_FALSE(exists(lockFile));
     UnixLock const successor("agent");
     EXPECT_FALSE(lock->readLock(0) || lock->writeLock(0) || lock->readUnlock() || lock->writeUnlock());
     lock.reset();
-    EXPECT_THAT(takeLog(),
-                ElementsAre("[IPLock] [I] readLock - Timeout occured , failed to acquire the lock",
-                            "[IPLock] [E]   writeLock - Timeout occured , failed to acquire the lock",
-                            "[IPLock] [E]   writeUnLock - decreasing the semaphore value failed",
-                            "[IPLock] [E]   writeUnLock - decreasing the semaphore value failed",
-                            "[IPLock] [E]   Failed to decrease the refrence count " + lockFile));
+    std::string const notDecreased = "[E]   writeUnLock - decreasing the semaphore value failed";
+    EXPECT_THAT(takeLines(log),
+                ElementsAre("[I] read" + timeout, "[E]   write" + timeout, notDecreased, notDecreased,
+                            "[E]   Failed to decrease the refrence count " + lockFile));
     EXPECT_THAT(counts(), ElementsAre(0, 0, 1));
-    semctl(semget(keyOf(lockFile), 3, 0), 0, IPC_RMID);
+    semctl(agentsSet(), 0, IPC_RMID);
     lock = std::make_unique<UnixLock>("agent"); // on the same file
     lock.reset();
     EXPECT_FALSE(exists(lockFile));
     {
         UnixLock const another("agent");
-        semctl(semget(keyOf(lockFile), 3, 0), 0, IPC_RMID);
+        semctl(agentsSet(), 0, IPC_RMID);
     }
     EXPECT_TRUE(exists(lockFile)) << "who finds its set gone leaves the file alone";
 }
@@ -167,7 +163,7 @@ TEST_F(UnixLockTest, WithoutTheLockDirectoryCleansInTheFallbackDirectory) {
 }
 
 TEST_F(UnixLockTest, AFailureToSetUpIsLoggedAndThrown) {
-    startLog();
+    LogCapture log;
     EXPECT_THROW(UnixLock("missing/agent"), std::exception);
     InterProcessReadLock broken("missing/agent");
     EXPECT_FALSE(broken.isMade() || broken.tryLock() || broken.lock(0) || broken.unlock());
@@ -184,16 +180,13 @@ TEST_F(UnixLockTest, AFailureToSetUpIsLoggedAndThrown) {
         EXPECT_THROW(UnixLock("agent"), std::exception);
     }
     semctl(full, 0, IPC_RMID);
-    std::string const notCreated = "[IPLock] [E]   Failed to create the ";
-    EXPECT_THAT(
-        takeLog(),
-        ElementsAre(notCreated + "file  " + lockDirectory + "missing/agent",
-                    notCreated + "file  " + lockDirectory + "missing/agent",
-                    "[IPLock] [D] Semaphore already exist.",
-                    notCreated + "semaphore due to File exists first parameter is " + std::to_string(key),
-                    "[IPLock] [D] Semaphore already exist.", "[IPLock] [D] Semaphore already exist.",
-                    std::string("[IPLock] [E]   Failed to increase the refrence count due to ") +
-                        std::strerror(ERANGE)));
+    std::string const failed = "[E]   Failed to ";
+    std::string const noFile = failed + "create the file  " + lockDirectory + "missing/agent";
+    std::string const noSet = failed + "create the semaphore due to File exists first parameter is ";
+    std::string const noReference = failed + "increase the refrence count due to " + std::strerror(ERANGE);
+    std::string const exists = "[D] Semaphore already exist.";
+    EXPECT_THAT(takeLines(log), ElementsAre(noFile, noFile, exists, noSet + std::to_string(key), exists,
+                                            exists, noReference));
 }
 
 TEST_F(UnixLockTest, GuardsReleaseWhatTheyHold) {
@@ -267,25 +260,17 @@ TEST_F(UnixLockTest, AProcessThatCannotLogStopsNobody) {
 
 /// Children that were forked while the lock file was locked have its descriptor, too.
 TEST_F(UnixLockTest, WhatAThreadForksMeanwhileKeepsNoLockFile) {
-    std::vector<pid_t> children;
+    std::vector<ChildProcess> children;
     std::atomic<bool> done = false;
     std::thread forking([&] {
-        for (int count = 0; count < 100 && !done; ++count) {
-            children.push_back(fork());
-            if (children.back() == 0)
-                for (;;)
-                    pause();
-        }
+        for (int count = 0; count < 100 && !done; ++count)
+            children.emplace_back([] { return pause() == 0; });
         done = true;
     });
     while (!done)
         done = !InterProcessReadLock("agent").isMade() || done;
     forking.join();
     EXPECT_EQ(children.size(), 100u);
-    for (pid_t const child : children) {
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
-    }
 }
 
 TEST_F(UnixLockTest, ProcessesCountExactlyWhileTheSetComesAndGoes) {
@@ -298,20 +283,16 @@ TEST_F(UnixLockTest, ProcessesCountExactlyWhileTheSetComesAndGoes) {
         ++number;
         return size != -1 && pwrite(file, &number, sizeof number, 0) == sizeof number;
     };
-    std::vector<ChildProcess> children;
-    for (int process = 0; process < processes; ++process)
-        children.emplace_back([&] {
-            int const descriptors = openDescriptors();
-            for (int round = 0; round < rounds; ++round) {
-                InterProcessWriteLock lock("agent");
-                if (!lock.lock(0) || !addOne())
-                    return false;
-                noteKey();
-            }
-            return openDescriptors() == descriptors;
-        });
-    for (ChildProcess& child : children)
-        EXPECT_TRUE(child.join());
+    runInProcesses(processes, [&](int) {
+        int const descriptors = openDescriptors();
+        for (int round = 0; round < rounds; ++round) {
+            InterProcessWriteLock lock("agent");
+            if (!lock.lock(0) || !addOne())
+                return false;
+            noteKey();
+        }
+        return openDescriptors() == descriptors;
+    });
     int number = 0;
     EXPECT_EQ(pread(file, &number, sizeof number, 0), ssize_t{sizeof number});
     EXPECT_EQ(number, processes * rounds);
