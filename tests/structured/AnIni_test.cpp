@@ -1,5 +1,4 @@
 #include <tests/support/LogCapture.h>
-#include <tests/support/TemporaryDirectory.h>
 #include <zun/structured/AnIni.h>
 
 #include <gmock/gmock.h>

@@ -5,9 +5,6 @@
 #include <zun/structured/AnXmlValueIndex.h>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <string>
 
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -88,19 +85,14 @@ TEST_F(AnXmlNodeTest, BuildsAndChanges) {
     for (int i = 0; i < 2; ++i)
         EXPECT_TRUE(m_root.setChild(&child, L"b", L"n", L"1", L"", i == 0 ? L"x" : L"y"));
     EXPECT_TRUE(m_root.addChild(nullptr, L"b", L"n", L"1"));
-    EXPECT_TRUE(child.setValue(L"n", L"2"));
-    EXPECT_TRUE(child.setValue(L"m", nullptr));
-    EXPECT_TRUE(m_root.addChild(&child, L"c"));
-    EXPECT_TRUE(m_root.setValue(L"", L"z"));
-    EXPECT_TRUE(child.copyValues(&m_root));
-    EXPECT_TRUE(child.setChild(nullptr, L"d"));
+    EXPECT_TRUE(child.setValue(L"n", L"2") && child.setValue(L"m", nullptr));
+    EXPECT_TRUE(m_root.addChild(&child, L"c") && m_root.setValue(L"", L"z"));
+    EXPECT_TRUE(child.copyValues(&m_root) && child.setChild(nullptr, L"d"));
     EXPECT_THAT(text(), EndsWith(L"<a>z<b n=\"2\" m=\"\">y</b><b n=\"1\"/><c><d/></c></a>"));
-    EXPECT_TRUE(child.remove());
-    EXPECT_TRUE(m_root.remove());
+    EXPECT_TRUE(child.remove() && m_root.remove());
     EXPECT_THAT(text(), EndsWith(L"<a/>"));
-    EXPECT_FALSE(AnXmlNode().addChild(&child, L"b"));
-    EXPECT_FALSE(AnXmlNode().setValue(L"b", L"c"));
-    EXPECT_FALSE(AnXmlNode().remove());
+    AnXmlNode none;
+    EXPECT_FALSE(none.addChild(&child, L"b") || none.setValue(L"b", L"c") || none.remove());
 }
 
 TEST_F(AnXmlNodeTest, CopiesAndCompares) {
@@ -111,22 +103,18 @@ TEST_F(AnXmlNodeTest, CopiesAndCompares) {
     AnXmlNode copy;
     ASSERT_TRUE(m_root.tryGetChild(&copy, L"a"));
     m_log.takeLines();
-    EXPECT_TRUE(m_root.containsValuesOf(&copy));
-    EXPECT_TRUE(m_root.containsChildrenOf(&copy));
+    EXPECT_TRUE(m_root.containsValuesOf(&copy) && m_root.containsChildrenOf(&copy));
     EXPECT_THAT(m_log.takeLines(), IsEmpty());
     EXPECT_FALSE(copy.containsChildrenOf(&m_root));
     EXPECT_THAT(m_log.takeLines(),
                 ElementsAre("[XmlNode] [E] Error trace:", "[XmlNode] [E]   missing <a x=\"1\"></a>"));
-}
 
-TEST_F(AnXmlNodeTest, CopiesALeafIntoItselfAndBelowWithItsText) {
+    // A leaf into itself and below, with its text.
     use(L"<a><b>t</b></a>");
     AnXmlNode leaf;
-    ASSERT_TRUE(m_root.tryGetChild(&leaf, L"b"));
-    EXPECT_TRUE(leaf.copyAsChild(&leaf));
+    ASSERT_TRUE(m_root.tryGetChild(&leaf, L"b") && leaf.copyAsChild(&leaf));
     EXPECT_EQ(text(), L"<a><b>t<b>t</b></b></a>");
-    ASSERT_TRUE(leaf.getChildMove(true, L"b"));
-    EXPECT_TRUE(leaf.copyAsChild(&m_root));
+    ASSERT_TRUE(leaf.getChildMove(true, L"b") && leaf.copyAsChild(&m_root));
     EXPECT_EQ(text(), L"<a><b>t<b>t<a><b><b>t</b></b></a></b></b></a>");
 }
 
@@ -148,28 +136,19 @@ TEST_F(AnXmlNodeTest, IndexesWalkChildrenAndAttributes) {
     EXPECT_EQ(pairs, L"n=1 m=2 ");
     values.close();
     EXPECT_FALSE(values.moveNext(nullptr, nullptr));
-    EXPECT_TRUE(index.remove());
-    EXPECT_FALSE(index.remove());
-    EXPECT_TRUE(index.moveNext());
-    EXPECT_TRUE(index.remove());
-    EXPECT_FALSE(index.remove());
+    EXPECT_TRUE(index.remove() && !index.remove());
+    EXPECT_TRUE(index.moveNext() && index.remove() && !index.remove());
     EXPECT_FALSE(index.moveNext());
     EXPECT_EQ(text(), L"<a>text<c/></a>");
     // After set there is no current node, even when children are added behind it.
-    EXPECT_TRUE(all.set(&m_root));
-    EXPECT_TRUE(all.moveNext());
-    EXPECT_TRUE(index.set(&all));
-    EXPECT_TRUE(all.addChild(nullptr, L"d"));
+    EXPECT_TRUE(all.set(&m_root) && all.moveNext() && index.set(&all) && all.addChild(nullptr, L"d"));
     EXPECT_FALSE(index.remove());
     EXPECT_EQ(text(), L"<a>text<c><d/></c></a>");
     AnXmlNode const none;
-    EXPECT_FALSE(index.set(&none));
-    EXPECT_FALSE(values.set(&none));
+    EXPECT_FALSE(index.set(&none) || values.set(&none));
+    std::string const noRemoval = "[XmlIndx] [E] internal error: remove without moveNext";
     EXPECT_THAT(m_log.takeLinesAboveDebug(),
-                ElementsAre("[XmlIndx] [E] internal error: remove without moveNext",
-                            "[XmlIndx] [E] internal error: remove without moveNext",
-                            "[XmlIndx] [E] internal error: remove without moveNext",
-                            "[XmlIndx] [E] internal error: remove without moveNext",
+                ElementsAre(noRemoval, noRemoval, noRemoval, noRemoval,
                             "[XmlIndx] [E] internal error: Used uninitialized node",
                             "[XmlValx] [E] internal error: Used uninitialized node"));
 }

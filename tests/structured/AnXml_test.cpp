@@ -1,18 +1,13 @@
 #include <tests/support/KilledWriter.h>
 #include <tests/support/LogCapture.h>
-#include <tests/support/TemporaryDirectory.h>
 #include <zun/platform/crypto/ACryptWrap.h>
 #include <zun/structured/AnXml.h>
 #include <zun/structured/AnXmlNode.h>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <memory>
-#include <set>
-#include <string>
 #include <unistd.h>
-#include <vector>
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -42,17 +37,17 @@ protected:
 } // namespace
 
 TEST_F(AnXmlTest, ChecksTheRootAndKeepsADocumentThatFails) {
-    EXPECT_TRUE(m_xml.useString(L"<a b='c'/>", L"a", L"b", L"c"));
-    EXPECT_TRUE(m_xml.useString(L"<a b='c'/>", L"a", L"b"));
+    wchar_t const* const kept = L"<a b=\"c\"/>";
+    EXPECT_TRUE(m_xml.useString(kept, L"a", L"b", L"c") && m_xml.useString(kept, L"a", L"b"));
     EXPECT_THAT(m_log.takeLinesAboveDebug(), IsEmpty());
-    EXPECT_FALSE(m_xml.useString(L"<a b='c'/>", L"A"));
+    wchar_t const* const other = L"<a b='c' e=''/>";
+    EXPECT_FALSE(m_xml.useString(other, L"A"));
     EXPECT_THAT(lastError(), HasSubstr("root node name doesn't match: a"));
-    EXPECT_EQ(text(), L"<a b=\"c\"/>");
-    EXPECT_FALSE(m_xml.useString(L"<a b='c'/>", L"a", L"b", L"C"));
+    EXPECT_FALSE(m_xml.useString(other, L"a", L"b", L"C"));
     EXPECT_THAT(lastError(), HasSubstr("attribute value doesn't match: c"));
-    EXPECT_FALSE(m_xml.useString(L"<a b='c'/>", L"a", L"d", L"c"));
+    EXPECT_FALSE(m_xml.useString(other, L"a", L"d", L"c"));
     EXPECT_THAT(lastError(), HasSubstr("getValue: required attribute not found: d"));
-    EXPECT_EQ(text(), L"<a b=\"c\"/>");
+    EXPECT_EQ(text(), kept);
 }
 
 TEST_F(AnXmlTest, LogsTheTraceAndThePlaceOfAParseError) {
@@ -62,9 +57,8 @@ TEST_F(AnXmlTest, LogsTheTraceAndThePlaceOfAParseError) {
                             "[Xml] [E] Error trace:", "[Xml] [E]  [useString,a,(null),(null)]->",
                             "[Xml] [E]   Parse error line: 2 column: 3 mismatched tag"));
     AString written;
-    EXPECT_FALSE(m_xml.writeString(&written));
-    EXPECT_FALSE(m_xml.writeFile(m_directory.wideFile("none").c_str(), false, false));
-    EXPECT_FALSE(AnXmlNode(&m_xml).positionValid());
+    EXPECT_FALSE(m_xml.writeString(&written) || AnXmlNode(&m_xml).positionValid() ||
+                 m_xml.writeFile(m_directory.wideFile("none").c_str(), false, false));
 }
 
 TEST_F(AnXmlTest, MakesANewDocumentAndHandsItOver) {
@@ -137,14 +131,10 @@ TEST_F(AnXmlTest, ConvertsBetweenUtf8AndWideText) {
 TEST_F(AnXmlTest, AKilledWriterLeavesTheOldFileOrTheNewOne) {
     std::wstring const file = m_directory.wideFile("file.xml");
     AnXml documents[2];
-    std::set<std::string> wholeFiles;
-    for (std::size_t i = 0; i < 2; ++i) {
+    for (std::size_t i = 0; i < 2; ++i)
         ASSERT_TRUE(documents[i].useNew(L"a", L"b", std::wstring(i == 0 ? 30'000 : 20'000, L'x').c_str()));
-        ASSERT_TRUE(documents[i].writeFile(file.c_str(), false, true));
-        wholeFiles.insert(readFile(m_directory.file("file.xml")));
-    }
     killWriterAtRandomMoments(
         [&](std::size_t count) { return documents[count % 2].writeFile(file.c_str(), false, true); },
-        [&] { return wholeFiles.contains(readFile(m_directory.file("file.xml"))); });
+        m_directory.file("file.xml"));
     EXPECT_TRUE(m_xml.useExistingFile(file.c_str(), L"a", L"b"));
 }
