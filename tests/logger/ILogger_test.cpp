@@ -1,3 +1,4 @@
+#include <tests/support/Crowd.h>
 #include <tests/support/LoggerFixture.h>
 
 #include <gmock/gmock.h>
@@ -9,7 +10,6 @@
 #include <iostream>
 #include <pthread.h>
 #include <sstream>
-#include <thread>
 #include <unistd.h>
 
 using namespace orvane_com::zun::logger;
@@ -171,14 +171,10 @@ TEST_F(ILoggerTest, ThreadsNeverShareALine) {
     attach("agent.log");
     constexpr int threads = 8;
     constexpr int messages = 500;
-    std::vector<std::thread> workers;
-    for (int thread = 0; thread < threads; ++thread)
-        workers.emplace_back([thread] {
-            for (int message = 0; message < messages; ++message)
-                logger().logMessage(Info, L"thread" + std::to_wstring(thread), std::to_wstring(message));
-        });
-    for (std::thread& worker : workers)
-        worker.join();
+    runInThreads(threads, [](int thread) {
+        for (int message = 0; message < messages; ++message)
+            logger().logMessage(Info, L"thread" + std::to_wstring(thread), std::to_wstring(message));
+    });
     std::vector<int> next(threads, 0);
     for (std::string const& line : lines("agent.log")) {
         std::size_t const group = line.find("[thread");

@@ -5,13 +5,11 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
-#include <cstddef>
 #include <filesystem>
 #include <iterator>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 #ifdef __linux__
 #include <linux/filter.h>
 #include <linux/seccomp.h>
@@ -98,19 +96,6 @@ TEST_F(LogFaultsTest, AFileThatCannotBeMadeAnewIsDetached) {
     testing::internal::CaptureStdout();
     log(L"four");
     EXPECT_THAT(testing::internal::GetCapturedStdout(), EndsWith("] [I] four\n"));
-}
-
-TEST_F(LogFaultsTest, AFileThatCannotBeOpenedYetIsFollowedLater) {
-    attach("agent.log");
-    log(L"one");
-    std::filesystem::rename(path("agent.log"), path("moved"));
-    ASSERT_EQ(mkfifo(path("agent.log").c_str(), 0600), 0);
-    log(L"two");
-    EXPECT_THAT(lines("moved"), ElementsAre(EndsWith("one"), EndsWith("two")));
-    std::filesystem::remove(path("agent.log"));
-    writeFile(path("agent.log"), "theirs\r\n");
-    log(L"three");
-    EXPECT_THAT(lines("agent.log"), ElementsAre("theirs", EndsWith("three")));
 }
 
 TEST_F(LogFaultsTest, WithoutAFreeDescriptorTheLogsOwnServes) {

@@ -1,4 +1,4 @@
-#include <tests/support/ChildProcess.h>
+#include <tests/support/Crowd.h>
 #include <tests/support/LoggerFixture.h>
 
 #include <gmock/gmock.h>
@@ -40,26 +40,17 @@ TEST_F(LogProcessesTest, ProcessesShareOneRotatingFile) {
     constexpr int threads = 2;
     constexpr int messages = 1500;
     std::wstring const filling(200, L'.');
-    std::vector<ChildProcess> children;
-    for (int process = 0; process < processes; ++process)
-        children.emplace_back([&] {
-            attach("agent.log");
-            logger().setMaxLogFileSize(16);
-            logger().setNumberOfBackupLogs(100000);
-            std::vector<std::thread> workers;
-            for (int thread = 0; thread < threads; ++thread)
-                workers.emplace_back([&, thread] {
-                    std::wstring const name =
-                        std::to_wstring(process) + L"/" + std::to_wstring(thread) + L"/";
-                    for (int message = 0; message < messages; ++message)
-                        logger().logMessage(Info, L"g", name + std::to_wstring(message) + filling);
-                });
-            for (std::thread& worker : workers)
-                worker.join();
-            return true;
+    runInProcesses(processes, [&](int process) {
+        attach("agent.log");
+        logger().setMaxLogFileSize(16);
+        logger().setNumberOfBackupLogs(100000);
+        runInThreads(threads, [&](int thread) {
+            std::wstring const name = std::to_wstring(process) + L"/" + std::to_wstring(thread) + L"/";
+            for (int message = 0; message < messages; ++message)
+                logger().logMessage(Info, L"g", name + std::to_wstring(message) + filling);
         });
-    for (ChildProcess& child : children)
-        EXPECT_TRUE(child.join());
+        return true;
+    });
     std::map<std::string, int> const counts = countMessages();
     EXPECT_EQ(counts.size(), std::size_t{processes * threads * messages});
     for (auto const& [message, count] : counts)

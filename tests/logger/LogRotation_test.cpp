@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <limits>
 #include <set>
+#include <sys/stat.h>
 
 using namespace orvane_com::zun::logger;
 using testing::ElementsAre;
@@ -114,10 +115,13 @@ TEST_F(LogRotationTest, ADeletedOrReplacedFileIsFollowed) {
     log(L"two");
     EXPECT_THAT(lines("logs/agent.log"), ElementsAre(EndsWith("two")));
     std::filesystem::rename(path("logs/agent.log"), path("logs/moved"));
+    ASSERT_EQ(mkfifo(path("logs/agent.log").c_str(), 0600), 0);
+    log(L"three, while there is no file to open");
+    std::filesystem::remove(path("logs/agent.log"));
     writeFile(path("logs/agent.log"), "theirs\r\n");
-    log(L"three");
-    EXPECT_THAT(lines("logs/agent.log"), ElementsAre("theirs", EndsWith("three")));
-    EXPECT_THAT(lines("logs/moved"), ElementsAre(EndsWith("two")));
+    log(L"four");
+    EXPECT_THAT(lines("logs/agent.log"), ElementsAre("theirs", EndsWith("four")));
+    EXPECT_THAT(lines("logs/moved"), ElementsAre(EndsWith("two"), EndsWith("to open")));
 }
 
 } // namespace
