@@ -1,8 +1,8 @@
+#include <tests/support/RegistryValues.h>
 #include <tests/support/TemporaryDirectory.h>
 #include <zun/binary/ABinaryStream.h>
 #include <zun/platform/crypto/ACryptWrap.h>
 #include <zun/platform/helper/CommonHelper.h>
-#include <zun/platform/registry/Registry.h>
 #include <zun/platform/xml/AdvXMLParser.h>
 #include <zun/structured/AnIni2.h>
 
@@ -51,8 +51,7 @@ void write(std::string const& directory) {
     ASSERT_TRUE(InitializeRegistry(toWide(path(directory, "registry"))));
     HKEY key{};
     ASSERT_EQ(RegCreateKey(HKEY_LOCAL_MACHINE, "a\\b", &key), ERROR_SUCCESS);
-    ASSERT_EQ(
-        RegSetValueEx(key, "v", 0, REG_BINARY, reinterpret_cast<unsigned char const*>("\x00\x80\xFF"), 3), 0);
+    ASSERT_EQ(setValue(key, "v", std::string("\x00\x80\xFF", 3), REG_BINARY), 0);
     RegCloseKey(key);
     AnIni2 ini(toWide(path(directory, "settings.ini")));
     ini.set(L"section", L"key", L"value");
@@ -87,11 +86,8 @@ void expectReadable(std::string const& directory) {
     ASSERT_TRUE(InitializeRegistry(privately.wideFile("registry")));
     HKEY key{};
     ASSERT_EQ(RegOpenKey(HKEY_LOCAL_MACHINE, "A\\B", &key), ERROR_SUCCESS);
-    std::array<unsigned char, 8> value{};
     unsigned long type = 0;
-    unsigned long size = value.size();
-    EXPECT_EQ(RegQueryValueEx(key, "V", nullptr, &type, value.data(), &size), ERROR_SUCCESS);
-    EXPECT_EQ(std::string(value.begin(), value.begin() + size), std::string("\x00\x80\xFF", 3));
+    EXPECT_EQ(getValue(key, "V", &type), std::string("\x00\x80\xFF", 3));
     EXPECT_EQ(type, REG_BINARY);
     RegCloseKey(key);
     AnIni2 ini(privately.wideFile("settings.ini"));
