@@ -1,5 +1,4 @@
 #include <tests/support/LogCapture.h>
-#include <tests/support/TemporaryDirectory.h>
 #include <tests/support/Utf8Locale.h>
 #include <zun/text/ALocalizedString.h>
 

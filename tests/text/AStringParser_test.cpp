@@ -3,16 +3,15 @@
 
 #include <gtest/gtest.h>
 
-#include <utility>
+#include <array>
 
 namespace {
 
-TEST(AStringList, JoinsItemsOfEveryKind) {
+TEST(AStringList, PutsTheDelimiterBetweenOrAfter) {
     AStringList between(L", ", false);
     EXPECT_STREQ(between, L"");
-    between << 1 << L"x" << static_cast<wchar_t const*>(nullptr) << "narrow" << reinterpret_cast<void*>(0xff)
-            << AFormat(7, L"0", 3);
-    EXPECT_STREQ(between, L"1, x, (null), narrow, 000000ff, 007");
+    between << 1 << L"x" << "narrow";
+    EXPECT_STREQ(between, L"1, x, narrow");
     between.clear();
     between << L"again" << static_cast<wchar_t const*>(between);
     EXPECT_STREQ(between, L"again, again");
@@ -59,30 +58,21 @@ TEST(AStringParser, SkipsWithinTheText) {
     EXPECT_STREQ(parser.get(nullptr), L"(null)");
 }
 
-using Halves = std::pair<std::wstring, std::wstring>;
-
-Halves fromLeft(wchar_t const* text) {
-    AString left(L"old"), right(L"old");
-    parseInTwo(text, &left, L"=/", &right);
-    return {left, right};
-}
-
-Halves fromRight(wchar_t const* text, bool wholeToLeft) {
-    AString left(L"old"), right(L"old");
-    parseInTwoFromRight(text, &left, L"=/", &right, wholeToLeft);
-    return {left, right};
-}
-
 TEST(ParseInTwo, SplitsAtTheFirstOrLastDelimiter) {
-    EXPECT_EQ(fromLeft(L"key=value/x"), Halves(L"key", L"value/x"));
-    EXPECT_EQ(fromLeft(L"whole"), Halves(L"whole", L""));
-    EXPECT_EQ(fromLeft(L"=x"), Halves(L"", L"x"));
-    EXPECT_EQ(fromRight(L"key=value/x", true), Halves(L"key=value", L"x"));
-    EXPECT_EQ(fromRight(L"x/", false), Halves(L"x", L""));
-    EXPECT_EQ(fromRight(L"/x", false), Halves(L"", L"x"));
-    EXPECT_EQ(fromRight(L"name", false), Halves(L"", L"name"));
-    EXPECT_EQ(fromRight(L"name", true), Halves(L"name", L""));
-    EXPECT_EQ(fromRight(L"", true), Halves(L"", L""));
+    using Case = std::array<wchar_t const*, 3>;
+    AString left(L"old"), right(L"old");
+    for (auto const& [text, first, second] :
+         {Case{L"key=value/x", L"key", L"value/x"}, Case{L"whole", L"whole", L""}, Case{L"=x", L"", L"x"}}) {
+        parseInTwo(text, &left, L"=/", &right);
+        EXPECT_TRUE(left == first && right == second) << text;
+    }
+    for (bool const wholeToLeft : {true, false})
+        for (auto const& [text, first, second] :
+             {Case{L"key=value/x", L"key=value", L"x"}, Case{L"x/", L"x", L""}, Case{L"/x", L"", L"x"},
+              Case{L"", L"", L""}, wholeToLeft ? Case{L"name", L"name", L""} : Case{L"name", L"", L"name"}}) {
+            parseInTwoFromRight(text, &left, L"=/", &right, wholeToLeft);
+            EXPECT_TRUE(left == first && right == second) << text;
+        }
 }
 
 TEST(ParseInTwo, WritesOnlyWhatIsAskedForEvenIntoItsSource) {
