@@ -12,6 +12,7 @@
 #include <zun/text/AVersion.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <map>
@@ -46,15 +47,16 @@ std::wstring_view viewed(AString const& text) {
     return text;
 }
 
-template <typename Number>
-bool taken(Number number, wchar_t const* digits) {
-    AString assigned;
-    assigned = number;
-    return AString(number) == digits && (AString() << number) == digits && assigned == digits &&
-           AStringList(L",", false) << number == digits && ALocalizedString(L"%1") << number == digits;
+template <typename Source>
+bool taken(Source source, wchar_t const* text) {
+    AString assigned(L"old");
+    assigned = source;
+    return AString(source) == text && (AString(L"old") << source) == L"old" + AString(text) &&
+           assigned == text && AStringList(L",", false) << source == text &&
+           ALocalizedString(L"%1") << source == text;
 }
 
-void numbers() {
+void sources() {
     enum Level : std::int32_t { high = 7 };
     std::vector<int> const files(3);
     HOLDS(taken(std::int8_t{-1}, L"-1") && taken(std::uint8_t{200}, L"200") && taken(short{-2}, L"-2"));
@@ -67,6 +69,12 @@ void numbers() {
     HOLDS(taken(-5000000000LL, L"-5000000000") && taken(18446744073709551615ULL, L"18446744073709551615"));
     HOLDS(taken(high, L"7") && taken(true, L"1") && taken(0, L"0"));
     HOLDS(taken(L'x', L"x") && taken('x', L"x") && taken(L"wide", L"wide") && taken("narrow", L"narrow"));
+    HOLDS(taken(static_cast<long>(INT_MIN), L"-2147483648") && taken("", L"") && taken(L'\x4e2d', L"\x4e2d"));
+    HOLDS(taken(static_cast<wchar_t const*>(nullptr), L"(null)") &&
+          taken(static_cast<char const*>(nullptr), L"(null)"));
+    HOLDS(taken(reinterpret_cast<void*>(0x1234), L"00001234") &&
+          taken(reinterpret_cast<void*>(0x1fedcba98), L"fedcba98"));
+    HOLDS(taken(AFormat(7, L"0", 3), L"007") && taken(AString(L"text"), L"text"));
 }
 
 void texts() {
@@ -220,7 +228,7 @@ static_assert(refused<AString, AStringList, ALocalizedString, ABinaryStream, AVe
 } // namespace
 
 int main() {
-    numbers();
+    sources();
     texts();
     comparisons();
     lists();
