@@ -1,16 +1,13 @@
 #include <tests/support/LogCapture.h>
-#include <tests/support/TemporaryDirectory.h>
 #include <tests/support/Utf8Locale.h>
 #include <zun/files/AFileIndex.h>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <clocale>
 #include <filesystem>
 #include <map>
 #include <set>
-#include <string>
 
 namespace {
 

@@ -1,18 +1,15 @@
 #include <tests/support/LogCapture.h>
 #include <tests/support/OpenDescriptors.h>
-#include <tests/support/TemporaryDirectory.h>
 #include <zun/configuration/IConfiguration.h>
 #include <zun/files/AFiler.h>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <climits>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
-#include <string>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -123,11 +120,11 @@ TEST_F(AFilerTest, DataPathsComeFromTheConfiguration) {
 
 class DeleteFoldersTest : public AFilerTest {
 protected:
-    void SetUp() override {
+    DeleteFoldersTest() {
         fs::create_directories(file("outside"));
         writeFile(file("outside/kept"), "");
     }
-    void TearDown() override { EXPECT_TRUE(fs::exists(file("outside/kept"))); }
+    ~DeleteFoldersTest() override { EXPECT_TRUE(fs::exists(file("outside/kept"))); }
 };
 
 TEST_F(DeleteFoldersTest, RemovesExactlyTheTree) {

@@ -3,7 +3,6 @@
 #include <zun/files/APath.h>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <dlfcn.h>
 

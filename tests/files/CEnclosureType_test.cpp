@@ -1,9 +1,7 @@
 #include <tests/support/PrivateRoot.h>
 #include <zun/files/CEnclosureType.h>
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
+#include <tuple>
 
 #ifdef __linux__
 
@@ -17,19 +15,14 @@ TEST(CEnclosureType, AsksTheFirmware) {
 
     std::string const firmware = "/sys/class/dmi/id/";
     std::filesystem::create_directories(firmware);
-    struct Computer {
-        char const* model;
-        char const* chassis;
-        bool isPortable;
-    };
-    for (Computer const& computer : {Computer{"Some Tower\n", "3\n", false},
-                                     {"Some NoteBook 14\n", "3\n", true},
-                                     {"Some Model\n", "10\n", true},
-                                     {"Some Model\n", "1\n", false}}) {
-        writeFile(firmware + "product_name", computer.model);
-        writeFile(firmware + "chassis_type", computer.chassis);
+    using Computer = std::tuple<char const*, char const*, bool>;
+    for (auto const& [model, chassis, isPortable] :
+         {Computer{"Some Tower\n", "3\n", false}, Computer{"Some NoteBook 14\n", "3\n", true},
+          Computer{"Some Model\n", "10\n", true}, Computer{"Some Model\n", "1\n", false}}) {
+        writeFile(firmware + "product_name", model);
+        writeFile(firmware + "chassis_type", chassis);
         EXPECT_EQ(CEnclosureType::iIsAPortableComputer(portable), 0);
-        EXPECT_EQ(portable, computer.isPortable) << computer.model << computer.chassis;
+        EXPECT_EQ(portable, isPortable) << model << chassis;
     }
 }
 
