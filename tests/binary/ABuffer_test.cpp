@@ -2,11 +2,9 @@
 #include <zun/binary/ABuffer.h>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <climits>
 #include <stdexcept>
-#include <string>
 
 namespace {
 
