@@ -5,11 +5,9 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
-#include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <memory>
 #include <stdexcept>
 #include <thread>
 
