@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <dlfcn.h>
 #include <glob.h>
 #include <new>
