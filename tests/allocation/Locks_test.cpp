@@ -3,8 +3,6 @@
 #include <zun/lock/InterProcessLock.h>
 #include <zun/lock/UnixLock.h>
 
-#include <filesystem>
-
 using namespace orvane_com::zun::lock;
 
 namespace {
