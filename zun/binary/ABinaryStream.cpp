@@ -50,6 +50,7 @@ bool ABinaryStream::canExist() const {
 
 unsigned char* ABinaryStream::getPointer() {
     // As an address: beyond the block's end there is no pointer arithmetic.
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): for this reason
     return reinterpret_cast<unsigned char*>(reinterpret_cast<std::uintptr_t>(m_block) + m_position);
 }
 

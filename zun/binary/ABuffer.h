@@ -21,6 +21,7 @@ public:
     ABuffer(unsigned long size, unsigned char const* source);
 
     /// The text's bytes without its terminator; null gives an empty buffer.
+    // NOLINTNEXTLINE(google-explicit-constructor): callers pass a text for its bytes
     ABuffer(char const* text);
 
     /// Changes the size, then copies `size` bytes from `source` unless it is null. Returns getBytes().
@@ -88,5 +89,6 @@ public:
     AnObjectBuffer() = default;
     AnObjectBuffer(unsigned int count, unsigned char const* source) : ABuffer(count, source) {}
 
+    // NOLINTNEXTLINE(google-explicit-constructor): it goes wherever bytes are taken
     operator unsigned char const*() const ZUN_LIFETIME_BOUND { return getBytes(); }
 };

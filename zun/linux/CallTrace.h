@@ -1,10 +1,9 @@
 #pragma once
 
 #include <zun/linux/log.h>
-#include <zun/text/AStringList.h>
+#include <zun/text/AStringList.h> // what is traced are calls of the rooms above, whose arguments are texts
 
-/// A detail trace that names a call and its arguments, joined with ",". It stands on text, which stands on
-/// the front door itself.
+/// A detail trace that names a call and its arguments, joined with ",".
 class CallTrace : public ADetailTrace {
 public:
     template <typename... Items>

@@ -2,7 +2,7 @@
 
 #include <zun/Api.h>
 #include <zun/logger/ILogger.h>
-#include <zun/text/AString.h>
+#include <zun/text/AString.h> // a trace owns its texts, and programs get AString with this header
 
 // The diagnostic front door: what every class of the library, and every program on it, reports through.
 //

@@ -28,7 +28,7 @@ namespace orvane_com::zun::lock {
 namespace {
 
 constexpr char lock_path[] = "/Library/Orvane/zun/scratch/";
-constexpr char fallback_path[] = "/tmp/";
+constexpr char fallbackPath[] = "/tmp/";
 constexpr wchar_t group[] = L"IPLock";
 constexpr int projectId = 3737;
 constexpr uid_t superUser = 0;
@@ -320,7 +320,7 @@ bool UnixLock::createSemFile(std::string const& name) {
 
 void UnixLock::cleanSemaphore(std::string const& name) {
     struct stat status {};
-    std::string const path = (stat(lock_path, &status) == 0 ? lock_path : fallback_path) + name;
+    std::string const path = (stat(lock_path, &status) == 0 ? lock_path : fallbackPath) + name;
     LockFile file(path);
     int const set = file.lock() ? findSet(path) : -1;
     if (set != -1 && semctl(set, 0, IPC_RMID) != -1)

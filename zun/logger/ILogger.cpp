@@ -58,6 +58,7 @@ Value readPolicy(std::wstring const& text, Value value) {
 
 } // namespace
 
+// NOLINTBEGIN(readability-identifier-naming): the logger's own members, kept out of its header
 struct ILogger::State {
     boost::recursive_mutex m_mutex;
     std::int64_t m_maxLogFileSize = 1000;
@@ -67,6 +68,7 @@ struct ILogger::State {
     bool m_bDetailLogging = false;
     LogFiles m_logFiles;
     LogLine m_line;
+    // NOLINTEND(readability-identifier-naming)
 
     /// In bytes; a limit that has no such number is no limit.
     std::int64_t sizeLimit() const {

@@ -101,10 +101,10 @@ bool LogFile::reopen() {
 LogFile::Condition LogFile::examine(std::int64_t limit) const {
     std::optional<Look> const look = lookAt(m_path);
     if (!look)
-        return Condition::Missing;
+        return Condition::missing;
     if (look->inode != m_inode || look->device != m_device)
-        return Condition::Replaced;
-    return look->size > limit ? Condition::TooLarge : Condition::Good;
+        return Condition::replaced;
+    return look->size > limit ? Condition::tooLarge : Condition::good;
 }
 
 bool LogFile::append(std::string_view lines) {

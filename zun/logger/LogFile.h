@@ -20,10 +20,10 @@ public:
     std::string const& path() const { return m_path; }
 
     /// What one look at the path tells.
-    enum class Condition { Good, TooLarge, Replaced, Missing };
+    enum class Condition { good, tooLarge, replaced, missing };
 
-    /// Replaced when the path names another file than the open one, Missing when it names none. A limit is in
-    /// bytes.
+    /// `replaced` when the path names another file than the open one, `missing` when it names none. A limit
+    /// is in bytes.
     Condition examine(std::int64_t limit) const;
 
     /// Appends whole lines in one write. False when not all of them could be written.

@@ -21,19 +21,19 @@ bool LogFiles::detach(std::wstring const& path) {
 
 bool LogFiles::areGood(std::int64_t limit) const {
     return std::all_of(m_files.begin(), m_files.end(), [limit](auto const& entry) {
-        return entry.second.examine(limit) == LogFile::Condition::Good;
+        return entry.second.examine(limit) == LogFile::Condition::good;
     });
 }
 
 void LogFiles::rotate(Rotation const& rotation) {
-    reopen(pathsOf({LogFile::Condition::Replaced}));
+    reopen(pathsOf({LogFile::Condition::replaced}));
     std::vector<std::wstring> paths;
     for (auto const& [path, file] : m_files)
         paths.push_back(path);
     for (std::wstring const& path : paths) {
         auto found = m_files.find(path);
         auto const isTooLarge = [&] {
-            return found->second.examine(rotation.limit) == LogFile::Condition::TooLarge;
+            return found->second.examine(rotation.limit) == LogFile::Condition::tooLarge;
         };
         if (found == m_files.end() || !isTooLarge())
             continue;
@@ -52,7 +52,7 @@ void LogFiles::rotate(Rotation const& rotation) {
 }
 
 void LogFiles::repair() {
-    reopen(pathsOf({LogFile::Condition::Replaced, LogFile::Condition::Missing}));
+    reopen(pathsOf({LogFile::Condition::replaced, LogFile::Condition::missing}));
 }
 
 void LogFiles::append(std::string_view lines) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <zun/logger/MessageResource.h>
+#include <zun/logger/MessageIDPair.h>
 
 #include <cstddef>
 #include <cstdint>

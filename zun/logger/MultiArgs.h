@@ -11,8 +11,10 @@ namespace orvane_com::zun::logger {
 class ZUN_API MultiArgs {
 public:
     MultiArgs() = default;
+    // NOLINTBEGIN(google-explicit-constructor): one argument is passed as it is
     MultiArgs(std::string const& argument);
     MultiArgs(std::wstring const& argument);
+    // NOLINTEND(google-explicit-constructor)
 
     /// UTF-8; a malformed sequence becomes U+FFFD.
     MultiArgs& add(std::string const& argument);

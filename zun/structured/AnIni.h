@@ -8,6 +8,7 @@
 /// at a time; several objects, threads and processes may use one file.
 class ZUN_API AnIni {
 public:
+    // NOLINTNEXTLINE(google-explicit-constructor): callers pass a file's name
     AnIni(AString const& fileName);
     AnIni(AnIni const&) = delete;
     AnIni& operator=(AnIni const&) = delete;

@@ -46,6 +46,7 @@ public:
     using Settings = std::map<std::wstring, std::wstring>;
     using IniMap = std::multimap<std::wstring, Settings>;
 
+    // NOLINTNEXTLINE(google-explicit-constructor): callers pass a file's name
     AnIni2(AString const& fileName);
 
     /// False, with an empty value, when the setting does not exist, which is logged when it is `required`.

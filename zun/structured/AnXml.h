@@ -57,7 +57,7 @@ public:
 
     /// Writes the document in UTF-8, enciphered if asked for. `formatted` lays it out, see
     /// AdvXMLParser::Document::GenerateXML. The file has the old contents or the new, whole.
-    bool writeFile(wchar_t const* fileName, bool encrypt, bool formatted);
+    bool writeFile(wchar_t const* fileName, bool encipher, bool formatted);
 
     /// The document's text, not formatted. Throws AdvXMLParser::ReadWriteException when it has a name or a
     /// character that no XML document has.

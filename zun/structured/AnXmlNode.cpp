@@ -1,6 +1,6 @@
 #include <zun/linux/CallTrace.h>
 #include <zun/linux/log.h>
-#include <zun/structured/AnXml.h>
+#include <zun/structured/AnXml.h> // a cursor starts at its document, which makes cursors itself
 #include <zun/structured/AnXmlNode.h>
 #include <zun/text/ACharString.h>
 

@@ -1,6 +1,5 @@
 #include <zun/linux/log.h>
 #include <zun/text/ACharString.h>
-#include <zun/text/AString.h>
 #include <zun/text/NullText.h>
 
 #include <climits>

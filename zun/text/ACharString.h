@@ -15,6 +15,7 @@ public:
 
     /// The text in the process's current locale, up to its first NUL; a character that the locale cannot
     /// represent becomes "?". Null stands for "(null)", here and in the functions below.
+    // NOLINTNEXTLINE(google-explicit-constructor): callers pass a wide text
     ACharString(wchar_t const* wide);
 
     /// `length` bytes as they are, with a NUL after them. Null `bytes` give an empty text of that size. A
@@ -25,6 +26,7 @@ public:
     ACharString& operator=(ACharString const&) = delete;
 
     /// Never null; valid as long as the object.
+    // NOLINTNEXTLINE(google-explicit-constructor): it goes wherever a narrow text is taken
     operator char const*() const ZUN_LIFETIME_BOUND { return m_text.get(); }
 
     /// In bytes, without the terminating NUL.

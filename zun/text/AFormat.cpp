@@ -1,5 +1,6 @@
 #include <zun/linux/log.h>
 #include <zun/text/ACharString.h>
+#include <zun/text/AFormat.h>
 #include <zun/text/FormatEngine.h>
 #include <zun/text/NullText.h>
 

@@ -12,10 +12,12 @@
 class ZUN_API ALocalizedString : public AString {
 public:
     ALocalizedString() = default;
+    // NOLINTBEGIN(google-explicit-constructor): callers pass a text or a message's number
     ALocalizedString(wchar_t const* text);
 
     /// The message from the default catalog; without one the text says so.
     ALocalizedString(int id);
+    // NOLINTEND(google-explicit-constructor)
 
     /// The message from the given catalog, see AResourceFile::getString. A null `file` is an unset default.
     ALocalizedString(int id, AResourceFile* file);

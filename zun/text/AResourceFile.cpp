@@ -1,6 +1,6 @@
 #include <zun/linux/CallTrace.h>
 #include <zun/linux/log.h>
-#include <zun/structured/AnXml.h>
+#include <zun/structured/AnXml.h> // converts texts, and logs what it cannot convert
 #include <zun/text/AResourceFile.h>
 
 #include <cerrno>

@@ -43,6 +43,7 @@ public:
     AString() = default;
     AString(AString const&) = default;
     AString(AString&&) = default;
+    // NOLINTBEGIN(google-explicit-constructor): a text is made of whatever is printed
     AString(std::wstring const& text);
     AString(std::wstring&& text) noexcept;
     AString(std::wstring_view text);
@@ -63,6 +64,7 @@ public:
     /// The low 32 bits of the address as eight lower-case hexadecimal digits.
     AString(void* pointer);
     AString(AFormat const& request);
+    // NOLINTEND(google-explicit-constructor)
     ~AString() = default;
 
     AString& operator=(AString const&) = default;
@@ -141,10 +143,12 @@ public:
 
     std::wstring& cpp_str() ZUN_LIFETIME_BOUND { return m_text; }
     std::wstring const& const_cpp_str() const ZUN_LIFETIME_BOUND { return m_text; }
+    // NOLINTBEGIN(google-explicit-constructor): it goes wherever a wide text is taken
     operator std::wstring const&() const ZUN_LIFETIME_BOUND { return m_text; }
     operator std::wstring_view() const ZUN_LIFETIME_BOUND { return m_text; }
     /// NUL-terminated.
     operator wchar_t const*() const ZUN_LIFETIME_BOUND { return m_text.c_str(); }
+    // NOLINTEND(google-explicit-constructor)
     /// Not whether there is text: see empty.
     explicit operator bool() const = delete;
 

@@ -14,6 +14,7 @@ public:
 
     /// As set.
     AVersion(int part1, int part2, int part3, int part4);
+    // NOLINTNEXTLINE(google-explicit-constructor): callers pass a version's text
     AVersion(wchar_t const* text);
 
     /// A part out of its range spills into the parts above it.
@@ -35,6 +36,7 @@ public:
     int compare(AVersion const* other) const;
 
     bool operator==(AVersion const&) const = default;
+    // NOLINTNEXTLINE(modernize-use-nullptr): takes the 0 that an ordering is compared with for a pointer
     std::strong_ordering operator<=>(AVersion const&) const = default;
 
 private:

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <zun/text/AFormat.h>
-
 #include <string>
+
+struct AFormat;
 
 /// What makes AString's numbers and executes its requests: AFormat.cpp.
 namespace format_engine {

@@ -20,6 +20,8 @@ using namespace orvane_com::zun;
 using registry::RegistryValue;
 using registry::RegistryView;
 
+static_assert(registry::textType == REG_SZ);
+
 namespace {
 
 constexpr mode_t newStoreMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;

@@ -20,6 +20,7 @@
 /// A key: HKEY_LOCAL_MACHINE, or one that was opened and belongs to the caller until RegCloseKey.
 using HKEY = struct RegistryKey*;
 
+// NOLINTNEXTLINE(performance-no-int-to-ptr): a number in a pointer's place, never followed
 inline HKEY const HKEY_LOCAL_MACHINE = reinterpret_cast<HKEY>(std::uintptr_t{0x80000002});
 
 /// Types of a value. The store keeps any number as a type; these are the usual ones.

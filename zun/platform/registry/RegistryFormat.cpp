@@ -1,4 +1,3 @@
-#include <zun/platform/registry/Registry.h>
 #include <zun/platform/registry/RegistryFormat.h>
 
 #include <utf8.h>
@@ -15,7 +14,7 @@
 //   "Flags" = hex(4):01,00,00,00
 //
 // A key's line holds its whole path, components separated by single backslashes; its parents exist with it. A
-// value of type 1 (REG_SZ) is quoted text with the escapes \\ \" \n \r \t \0 \xHH; a value of another type is
+// value of type 1 is quoted text with the escapes \\ \" \n \r \t \0 \xHH; a value of another type is
 // its number and the bytes in hexadecimal. Names of values are quoted the same way; the empty name is the
 // key's unnamed value. Of several values of one name in a key, the first counts. Blanks around a line, a name
 // and a value do not count. Lines that are none of these are kept and mean nothing.
@@ -200,11 +199,11 @@ std::optional<RegistryValue> parseRegistryValue(std::string_view text) {
     std::optional<std::string> bytes = takeQuoted(text);
     if (!bytes || !text.empty())
         return std::nullopt;
-    return RegistryValue{REG_SZ, *std::move(bytes)};
+    return RegistryValue{textType, *std::move(bytes)};
 }
 
 std::string formatRegistryValue(RegistryValue const& value) {
-    if (value.type == REG_SZ)
+    if (value.type == textType)
         return quote(value.bytes);
     std::string text(hexadecimalStart);
     text.append(std::to_string(value.type)).append(hexadecimalMiddle);

@@ -9,6 +9,9 @@
 /// The text of a registry store; the format is described in RegistryFormat.cpp.
 namespace orvane_com::zun::registry {
 
+/// The type of the values that are kept as quoted text.
+inline constexpr unsigned long textType = 1;
+
 struct RegistryValue {
     unsigned long type;
     std::string bytes;

@@ -112,7 +112,7 @@ public:
     void Delete();
 
 protected:
-    enum class Kind : std::uint8_t { Element, Attribute, Text, CData, Markup };
+    enum class Kind : std::uint8_t { element, attribute, text, cdata, markup };
 
     constexpr explicit Node(Kind kind) : m_kind(kind) {}
 
@@ -159,7 +159,7 @@ public:
 private:
     friend class Tree;
 
-    Attribute() : NodeContainer(Kind::Attribute) {}
+    Attribute() : NodeContainer(Kind::attribute) {}
 
     Slice m_value;
 };
@@ -252,15 +252,15 @@ private:
     friend class Tree;
     friend class XmlWriter;
 
-    constexpr explicit Element(Tree* tree) : NodeContainer(Kind::Element), m_tree(tree) {}
+    constexpr explicit Element(Tree* tree) : NodeContainer(Kind::element), m_tree(tree) {}
 
     static Element* firstElement(Node* node) {
-        while (node != nullptr && node->m_kind != Kind::Element)
+        while (node != nullptr && node->m_kind != Kind::element)
             node = node->m_next;
         return static_cast<Element*>(node);
     }
     static Element* lastElement(Node* node) {
-        while (node != nullptr && node->m_kind != Kind::Element)
+        while (node != nullptr && node->m_kind != Kind::element)
             node = node->m_previous;
         return static_cast<Element*>(node);
     }
@@ -273,7 +273,7 @@ private:
     }
     static Attribute* last(Element const& parent, Attribute const*) { return parent.m_lastAttribute; }
 
-    static Element const s_missing;
+    static Element const missing;
 
     Tree* m_tree;
     Node* m_firstChild = nullptr;

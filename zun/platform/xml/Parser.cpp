@@ -237,7 +237,7 @@ private:
     }
 
     void appendMarkup(std::string_view utf8) {
-        append(m_tree.appendCharacters(*m_current, Tree::Kind::Markup).source, utf8);
+        append(m_tree.appendCharacters(*m_current, Tree::Kind::markup).source, utf8);
     }
 
     void declaration(char const* version, char const* encoding, int standalone) {
@@ -302,12 +302,12 @@ private:
 
     void startCData() {
         closeText();
-        openText(Tree::Kind::CData);
+        openText(Tree::Kind::cdata);
     }
 
     void text(std::string_view utf8) {
         if (m_text == nullptr)
-            openText(Tree::Kind::Text);
+            openText(Tree::Kind::text);
         append(m_text->value, utf8);
         if (m_hasCarriageReturns) {
             std::string_view const from = source();

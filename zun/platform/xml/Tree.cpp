@@ -112,11 +112,11 @@ Characters& Tree::appendCharacters(Element& parent, Kind kind) {
 }
 
 void Tree::appendMarkup(Element& parent, std::wstring_view source) {
-    assign(appendCharacters(parent, Kind::Markup).source, source);
+    assign(appendCharacters(parent, Kind::markup).source, source);
 }
 
 void Tree::addText(NodeContainer& container, std::wstring_view text) {
-    if (container.m_kind == Kind::Attribute) {
+    if (container.m_kind == Kind::attribute) {
         append(static_cast<Attribute&>(container).m_value, text);
         return;
     }
@@ -124,8 +124,8 @@ void Tree::addText(NodeContainer& container, std::wstring_view text) {
         return;
     auto& element = static_cast<Element&>(container);
     Node* const last = element.m_lastChild;
-    bool const continues = last != nullptr && last->m_kind == Kind::Text;
-    auto& characters = continues ? static_cast<Characters&>(*last) : appendCharacters(element, Kind::Text);
+    bool const continues = last != nullptr && last->m_kind == Kind::text;
+    auto& characters = continues ? static_cast<Characters&>(*last) : appendCharacters(element, Kind::text);
     append(characters.value, text);
     release(characters.source);
 }
@@ -133,16 +133,16 @@ void Tree::addText(NodeContainer& container, std::wstring_view text) {
 void Tree::replaceText(Element& element, std::wstring_view text) {
     Characters* replacement = nullptr;
     if (!text.empty()) {
-        replacement = &make<Characters>(Kind::Text);
+        replacement = &make<Characters>(Kind::text);
         assign(replacement->value, text);
     }
     for (Node* child = element.m_firstChild; child != nullptr;) {
         Node& node = *std::exchange(child, child->m_next);
-        if (node.m_kind == Kind::Element)
+        if (node.m_kind == Kind::element)
             continue;
         auto& characters = static_cast<Characters&>(node);
-        bool const isReference = node.m_kind == Kind::Markup && characters.source.view().starts_with(L'&');
-        if (node.m_kind != Kind::Markup || isReference)
+        bool const isReference = node.m_kind == Kind::markup && characters.source.view().starts_with(L'&');
+        if (node.m_kind != Kind::markup || isReference)
             removeCharacters(characters);
     }
     if (replacement == nullptr)
@@ -154,7 +154,7 @@ void Tree::replaceText(Element& element, std::wstring_view text) {
 }
 
 void Tree::remove(Node& node) {
-    if (node.m_kind == Kind::Attribute) {
+    if (node.m_kind == Kind::attribute) {
         removeAttribute(static_cast<Attribute&>(node));
         return;
     }
@@ -174,7 +174,7 @@ void Tree::clear(Element& element) {
             if (container == &element)
                 return;
             removeEmpty(*std::exchange(container, container->m_parent));
-        } else if (child->m_kind == Kind::Element) {
+        } else if (child->m_kind == Kind::element) {
             container = static_cast<Element*>(child);
         } else {
             removeCharacters(static_cast<Characters&>(*child));
@@ -218,7 +218,7 @@ void Tree::removeAttribute(Attribute& attribute) {
     release(attribute);
 }
 
-constinit Element const Element::s_missing{nullptr};
+constinit Element const Element::missing{nullptr};
 
 void Node::Delete() {
     Tree::of(*this).remove(*this);
@@ -235,7 +235,7 @@ void Attribute::SetValue(std::wstring_view value) {
 std::wstring Element::GetValue() const {
     std::wstring value;
     for (Node const* child = m_firstChild; child != nullptr; child = child->m_next)
-        if (child->m_kind == Kind::Text || child->m_kind == Kind::CData)
+        if (child->m_kind == Kind::text || child->m_kind == Kind::cdata)
             value += static_cast<Characters const&>(*child).value.view();
     return value;
 }
@@ -248,7 +248,7 @@ Element const& Element::GetElement(std::wstring_view name, std::size_t index) co
     for (Element const* child = firstElement(m_firstChild); child != nullptr; child = next(*child))
         if (child->GetName() == name && index-- == 0)
             return *child;
-    return s_missing;
+    return missing;
 }
 
 Attribute* Element::GetAttribute(std::wstring_view name) {

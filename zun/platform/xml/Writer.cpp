@@ -72,7 +72,7 @@ public:
                     startLine();
                 m_text.append(L"</"sv).append(finished.GetName()).append(1, L'>');
                 node = finished.m_next;
-            } else if (node->m_kind == Node::Kind::Element) {
+            } else if (node->m_kind == Node::Kind::element) {
                 auto const& element = static_cast<Element const&>(*node);
                 if (m_levels.back().isLaidOut)
                     startLine();
@@ -114,16 +114,16 @@ private:
     }
 
     static bool isText(Node const& node) {
-        return node.m_kind == Node::Kind::Text || node.m_kind == Node::Kind::CData ||
-               (node.m_kind == Node::Kind::Markup &&
+        return node.m_kind == Node::Kind::text || node.m_kind == Node::Kind::cdata ||
+               (node.m_kind == Node::Kind::markup &&
                 static_cast<Characters const&>(node).source.view().starts_with(L'&'));
     }
 
     /// What layout replaces: blanks between elements, and those outside the root.
     static bool isDroppedBlank(Node const& node) {
         auto const& characters = static_cast<Characters const&>(node);
-        return (node.m_kind == Node::Kind::Text && isBlank(characters.value.view())) ||
-               (node.m_kind == Node::Kind::Markup && isBlank(characters.source.view()));
+        return (node.m_kind == Node::Kind::text && isBlank(characters.value.view())) ||
+               (node.m_kind == Node::Kind::markup && isBlank(characters.source.view()));
     }
 
     void startLine() {
@@ -140,12 +140,12 @@ private:
         }
         std::wstring_view const source = node.source.view();
         switch (node.m_kind) {
-        case Node::Kind::CData:
+        case Node::Kind::cdata:
             m_text.append(L"<![CDATA[")
                 .append(node.source.size > 0 ? source : node.value.view())
                 .append(L"]]>");
             break;
-        case Node::Kind::Markup:
+        case Node::Kind::markup:
             m_text += source;
             break;
         default:
