@@ -15,15 +15,15 @@ public:
 
     explicit Ini(std::wstring const& text) {
         std::wistringstream stream(text);
-        for (wchar_t c; state != Failed && stream.get(c);)
+        for (wchar_t c; m_state != Failed && stream.get(c);)
             take(c);
-        if (state == InValue)
+        if (m_state == InValue)
             insert();
         if (!parsed())
             sections.clear();
     }
 
-    bool parsed() const { return state == LineStart; }
+    bool parsed() const { return m_state == LineStart; }
 
     std::multimap<std::wstring, Settings> sections;
     /// "Unexpected: ", what was, and where; empty when the text just ends too early.
@@ -42,65 +42,66 @@ private:
     }
 
     void insert() {
-        auto found = sections.find(section);
+        auto found = sections.find(m_section);
         if (found == sections.end())
-            found = sections.emplace(section, Settings());
-        found->second[key] = trimmed(value);
-        state = LineStart;
+            found = sections.emplace(m_section, Settings());
+        found->second[m_key] = trimmed(m_value);
+        m_state = LineStart;
     }
 
     void fail(wchar_t const* reason) {
         error = reason;
-        state = Failed;
+        m_state = Failed;
     }
 
+    // NOLINTNEXTLINE(readability-function-cognitive-complexity): the whole grammar, a case after the other
     void take(wchar_t c) {
         if (c == L'\n' || c == L'\r') {
-            if (state == InValue)
+            if (m_state == InValue)
                 insert();
-            else if (state == InComment)
-                state = LineStart;
-            else if (state != LineStart)
+            else if (m_state == InComment)
+                m_state = LineStart;
+            else if (m_state != LineStart)
                 return fail(L"Unexpected: new line ");
             ++line;
-        } else if (c == L'[' && state == LineStart) {
-            section.clear();
-            state = InSection;
-        } else if (c == L'[' && state != InValue) {
+        } else if (c == L'[' && m_state == LineStart) {
+            m_section.clear();
+            m_state = InSection;
+        } else if (c == L'[' && m_state != InValue) {
             fail(L"Unexpected: '[' ");
-        } else if (c == L']' && state == InSection) {
-            if (section.empty())
+        } else if (c == L']' && m_state == InSection) {
+            if (m_section.empty())
                 return fail(L"Unexpected: empty section ");
-            section = trimmed(section);
-            state = LineStart;
-        } else if (c == L']' && state != InValue) {
+            m_section = trimmed(m_section);
+            m_state = LineStart;
+        } else if (c == L']' && m_state != InValue) {
             fail(L"Unexpected: ']' ");
-        } else if (c == L'=' && state == InKey) {
-            value.clear();
-            key = trimmed(key);
-            state = InValue;
-        } else if (c == L'=' && state != InValue) {
+        } else if (c == L'=' && m_state == InKey) {
+            m_value.clear();
+            m_key = trimmed(m_key);
+            m_state = InValue;
+        } else if (c == L'=' && m_state != InValue) {
             fail(L"Unexpected: '=' ");
-        } else if (state == LineStart) {
+        } else if (m_state == LineStart) {
             if (c == L';')
-                state = InComment;
+                m_state = InComment;
             else if (!iswspace(static_cast<wint_t>(c))) {
-                key = c;
-                state = InKey;
+                m_key = c;
+                m_state = InKey;
             }
-        } else if (state == InSection) {
-            section += c;
-        } else if (state == InKey) {
-            key += c;
-        } else if (state == InValue) {
-            value += c;
+        } else if (m_state == InSection) {
+            m_section += c;
+        } else if (m_state == InKey) {
+            m_key += c;
+        } else if (m_state == InValue) {
+            m_value += c;
         }
     }
 
-    State state = LineStart;
-    std::wstring section;
-    std::wstring key;
-    std::wstring value;
+    State m_state = LineStart;
+    std::wstring m_section;
+    std::wstring m_key;
+    std::wstring m_value;
 };
 
 } // namespace literal

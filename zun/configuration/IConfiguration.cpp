@@ -69,6 +69,7 @@ IConfiguration::~IConfiguration() = default;
 
 IConfiguration* IConfiguration::GetConfiguration() {
     if (!m_pConfiguration)
+        // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): it lives until the process ends
         m_pConfiguration = new IConfiguration;
     return m_pConfiguration;
 }

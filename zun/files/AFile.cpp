@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace file = orvane_com::zun::file;
 
@@ -50,9 +51,9 @@ void AFile::close() {
 }
 
 bool AFile::open(bool complainIfMissing, AString const& path) {
-    AString const newPath(path);
+    AString newPath(path); // which may be m_path
     close();
-    m_path = newPath;
+    m_path = std::move(newPath);
     CallTrace const trace(group, L"fopen", L"r", m_path);
     m_stream = openStream(m_path, O_RDONLY, "r");
     if (m_stream)
@@ -63,9 +64,9 @@ bool AFile::open(bool complainIfMissing, AString const& path) {
 }
 
 bool AFile::openWrite(AString const& path, bool append) {
-    AString const newPath(path);
+    AString newPath(path); // which may be m_path
     close();
-    m_path = newPath;
+    m_path = std::move(newPath);
     CallTrace const trace(group, L"fopen", append ? L"a" : L"w", m_path);
     m_stream = openStream(m_path, O_WRONLY | O_CREAT | (append ? O_APPEND : O_TRUNC), append ? "a" : "w");
     return !logReasonIf(group, !m_stream);
@@ -153,7 +154,7 @@ bool AFile::read(ABuffer& into) {
     errno = EIO; // what a file that has become shorter is reported as
     for (unsigned long done = 0; done < wanted; done = into.size()) {
         // Growing in pieces: they are still in the processor's cache when they are read into.
-        constexpr unsigned long piece = 256 * 1024;
+        constexpr unsigned long piece = 256UL * 1024;
         if (done == into.size() && !into.tryExpandBy(std::min(piece, wanted - done)))
             return false;
         unsigned long const count = into.size() - done;

@@ -49,6 +49,7 @@ namespace {
 boost::thread_specific_ptr<ATraceStack>& threadStacks() {
     using Stacks = boost::thread_specific_ptr<ATraceStack>;
     alignas(Stacks) static char room[sizeof(Stacks)];
+    // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): made in that room
     static auto* const t_Stack = new (room) Stacks;
     return *t_Stack;
 }
@@ -214,7 +215,8 @@ ADetailTrace::ADetailTrace(wchar_t const* group, wchar_t const* message)
 
 ATraceStack::~ATraceStack() {
     while (m_top)
-        delete m_top; // which makes the next older one the top
+        // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): deleting it makes the next older one the top
+        delete m_top;
 }
 
 void ATraceStack::log(wchar_t const* group, wchar_t const* message) const {
@@ -232,7 +234,7 @@ ATraceStack* getThreadTraceStack() {
     if (!stacks.get()) {
         auto stack = std::make_unique<ATraceStack>();
         stacks.reset(stack.get());
-        stack.release();
+        static_cast<void>(stack.release());
     }
     return stacks.get();
 }

@@ -129,12 +129,14 @@ ILogger::~ILogger() = default;
 ILogger* ILogger::GetLogger() {
     if (!m_pLogger) {
         ErrnoKeeper const errnoKeeper;
+        // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): until FreeLogger or the process's end
         m_pLogger = new ILogger;
     }
     return m_pLogger;
 }
 
 void ILogger::FreeLogger() {
+    // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): GetLogger made it
     delete std::exchange(m_pLogger, nullptr);
     m_minLogLevel = Info;
 }
