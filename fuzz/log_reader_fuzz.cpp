@@ -1,7 +1,7 @@
+#include <fuzz/ScratchFile.h>
 #include <zun/logger/LogReader.h>
 
 #include <cstdlib>
-#include <fuzz/ScratchFile.h>
 #include <vector>
 
 using orvane_com::zun::logger::LogReader;
@@ -35,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t siz
     for (std::string const& expected : whole) {
         LogReader next(file.path());
         LogRecord record;
-        if (!place.empty() && next.goTo(place) == LogReader::Return::Malformed)
+        if (!place.empty() && next.goTo(place) == LogReader::Return::malformed)
             std::abort();
         if (!next.next(record) || shown(record) != expected)
             std::abort();

@@ -104,7 +104,7 @@ struct LogCommand {
             progress.update();
             if (!filter.matches(record))
                 continue;
-            damaged += record.kind != LogRecord::Kind::Whole;
+            damaged += record.kind != LogRecord::Kind::whole;
             return true;
         }
     }
@@ -178,7 +178,7 @@ bool wait() {
 void LogCommand::follow() {
     filter.prepare();
     Output& output = Output::standard();
-    LogReader reader(path, LogReader::Mode::Following);
+    LogReader reader(path, LogReader::Mode::following);
     Progress progress(reader);
     std::unique_ptr<FollowState> kept;
     if (!state.empty())
@@ -186,9 +186,9 @@ void LogCommand::follow() {
     bool isFirst = true;
     if (kept && !kept->place().empty()) {
         LogReader::Return const result = reader.goTo(kept->place());
-        if (result == LogReader::Return::Malformed)
+        if (result == LogReader::Return::malformed)
             throw Failure(state + ": it is no state of \"zun log follow\"");
-        if (result == LogReader::Return::Gone)
+        if (result == LogReader::Return::gone)
             complain(state + ": the file that was read last is gone: going on with the oldest one");
         kept->finishBatch();
         isFirst = false;

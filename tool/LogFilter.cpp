@@ -84,7 +84,7 @@ std::string timeOf(std::string const& text, bool isEnd) {
 }
 
 bool isDamaged(LogRecord const& record) {
-    return record.kind != LogRecord::Kind::Whole;
+    return record.kind != LogRecord::Kind::whole;
 }
 
 std::string jsonOf(LogRecord const& record) {
@@ -99,7 +99,7 @@ std::string jsonOf(LogRecord const& record) {
     if (!record.trace.empty())
         json.texts("trace", record.trace);
     if (isDamaged(record))
-        json.flag(record.kind == LogRecord::Kind::Cut ? "cut" : "foreign", true);
+        json.flag(record.kind == LogRecord::Kind::cut ? "cut" : "foreign", true);
     return json.finish();
 }
 

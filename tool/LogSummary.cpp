@@ -74,7 +74,7 @@ LogSummary::Ranking LogSummary::ranked(Counts const& counts, std::size_t most) {
 
 void LogSummary::add(LogRecord const& record) {
     ++m_records;
-    if (record.kind != LogRecord::Kind::Whole)
+    if (record.kind != LogRecord::Kind::whole)
         ++m_damaged;
     if (!record.time.empty()) {
         if (m_from.empty() || record.time < m_from)

@@ -1,3 +1,4 @@
+#include <tests/support/LoggerFixture.h>
 #include <zun/linux/log.h>
 #include <zun/logger/LogReader.h>
 
@@ -7,7 +8,6 @@
 #include <fstream>
 #include <random>
 #include <sys/stat.h>
-#include <tests/support/LoggerFixture.h>
 #include <unistd.h>
 
 using namespace orvane_com::zun::logger;
@@ -165,7 +165,7 @@ TEST_F(LogReaderTest, WhatCannotBeReadIsToldAndLeftOut) {
 }
 
 TEST_F(LogReaderTest, FollowsWhatBecomesOfTheFile) {
-    LogReader reader(path("a.log"), LogReader::Mode::Following);
+    LogReader reader(path("a.log"), LogReader::Mode::following);
     EXPECT_THAT(rest(reader), SizeIs(0));
     EXPECT_EQ(reader.error(), "");
     append("a.log", line(1, "first") + line(2, "unfini").substr(0, 40));
@@ -201,7 +201,7 @@ TEST_F(LogReaderTest, EveryRecordComesOnceWhateverHappens) {
         std::filesystem::remove_all(path("run"));
         std::filesystem::create_directory(path("run"));
         std::string const live = "run/a.log";
-        auto reader = std::make_unique<LogReader>(path(live), LogReader::Mode::Following);
+        auto reader = std::make_unique<LogReader>(path(live), LogReader::Mode::following);
         std::multiset<std::string> expected;
         std::multiset<std::string> found;
         std::map<int, std::string> errors; // the traces of each thread's open error
@@ -236,8 +236,8 @@ TEST_F(LogReaderTest, EveryRecordComesOnceWhateverHappens) {
                 break;
             case 2: {
                 std::string const place = reader->place();
-                reader = std::make_unique<LogReader>(path(live), LogReader::Mode::Following);
-                EXPECT_NE(reader->goTo(place), LogReader::Return::Malformed);
+                reader = std::make_unique<LogReader>(path(live), LogReader::Mode::following);
+                EXPECT_NE(reader->goTo(place), LogReader::Return::malformed);
                 break;
             }
             case 3:
@@ -274,14 +274,14 @@ TEST_F(LogReaderTest, APlaceIsCheckedBeforeItIsTaken) {
     std::string const place = first.place();
     LogReader second(path("a.log"));
     for (std::size_t size = 0; size < place.size(); ++size)
-        EXPECT_EQ(second.goTo(place.substr(0, size)), LogReader::Return::Malformed) << size;
-    EXPECT_EQ(second.goTo(place + " "), LogReader::Return::Malformed);
-    EXPECT_EQ(second.goTo(place), LogReader::Return::Found);
+        EXPECT_EQ(second.goTo(place.substr(0, size)), LogReader::Return::malformed) << size;
+    EXPECT_EQ(second.goTo(place + " "), LogReader::Return::malformed);
+    EXPECT_EQ(second.goTo(place), LogReader::Return::found);
     EXPECT_THAT(rest(second), ElementsAre("W2  - two", "C1 Group 4 "));
     std::filesystem::remove(path("a.log"));
     append("a.log", line(3, "another log, which may have got the inode"));
     LogReader third(path("a.log"));
-    EXPECT_EQ(third.goTo(place), LogReader::Return::Gone);
+    EXPECT_EQ(third.goTo(place), LogReader::Return::gone);
     EXPECT_THAT(rest(third), SizeIs(2));
 }
 

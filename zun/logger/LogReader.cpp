@@ -1,6 +1,6 @@
-#include <zun/logger/parseLogLine.h>
 #include <zun/logger/LogReader.h>
 #include <zun/logger/LogSequence.h>
+#include <zun/logger/parseLogLine.h>
 
 #include <algorithm>
 #include <charconv>
@@ -82,7 +82,7 @@ bool takeNumber(std::string_view& text, Number& number) {
 } // namespace
 
 struct LogReader::State {
-    State(std::string const& path, Mode mode) : m_files(path, mode == Mode::Following), m_mode(mode) {}
+    State(std::string const& path, Mode mode) : m_files(path, mode == Mode::following), m_mode(mode) {}
 
     bool next(LogRecord& record);
     bool nextUnfinished(LogRecord& record);
@@ -111,7 +111,7 @@ private:
     bool measure(LogRecord& record, bool isIdle, Extent& extent);
     static void shortenToPage(std::string_view bytes, std::int64_t offset, Extent& extent);
     /// Whether the line was taken into an open error, or has to wait for one that it ends.
-    enum class Chain { NoPart, Taken, Given };
+    enum class Chain { noPart, taken, given };
     Chain chain(LogRecord& record, std::size_t length);
     void give(std::vector<OpenError>::iterator error, bool isWhole, LogRecord& record);
     void consume(std::size_t count) {
@@ -127,7 +127,7 @@ bool LogReader::State::measure(LogRecord& record, bool isIdle, Extent& extent) {
     auto const cutAt = [&](std::size_t size) {
         extent = {size, size, true};
         record.kind =
-            parseLogLine(bytes.substr(0, size), record) ? LogRecord::Kind::Cut : LogRecord::Kind::Foreign;
+            parseLogLine(bytes.substr(0, size), record) ? LogRecord::Kind::cut : LogRecord::Kind::foreign;
         return true;
     };
     std::size_t feed = bytes.find('\n', m_searched);
@@ -156,7 +156,7 @@ bool LogReader::State::measure(LogRecord& record, bool isIdle, Extent& extent) {
         textEnd = withoutEnd(bytes.substr(0, feed + 1)).size();
     }
     extent = {textEnd, feed + 1, false};
-    record.kind = isLine ? LogRecord::Kind::Whole : LogRecord::Kind::Foreign;
+    record.kind = isLine ? LogRecord::Kind::whole : LogRecord::Kind::foreign;
     shortenToPage(bytes, m_files.offset(), extent);
     if (extent.isCut)
         return cutAt(extent.textEnd);
@@ -180,7 +180,7 @@ bool LogReader::State::scan(LogRecord& record, bool isIdle) {
     while (!m_files.bytes().empty() && measure(record, isIdle, extent)) {
         record.text = m_files.bytes().substr(0, extent.textEnd);
         record.trace.clear();
-        if (record.kind == LogRecord::Kind::Foreign) {
+        if (record.kind == LogRecord::Kind::foreign) {
             record.time = record.group = {};
             record.process = 0;
             record.thread = 0;
@@ -192,10 +192,10 @@ bool LogReader::State::scan(LogRecord& record, bool isIdle) {
             consume(extent.next);
             continue;
         }
-        Chain const part = record.kind == LogRecord::Kind::Whole ? chain(record, extent.next) : Chain::NoPart;
-        if (part == Chain::Taken)
+        Chain const part = record.kind == LogRecord::Kind::whole ? chain(record, extent.next) : Chain::noPart;
+        if (part == Chain::taken)
             continue;
-        if (part == Chain::NoPart) {
+        if (part == Chain::noPart) {
             consume(extent.next);
             ++m_lines;
         }
@@ -207,10 +207,10 @@ bool LogReader::State::scan(LogRecord& record, bool isIdle) {
 LogReader::State::Chain LogReader::State::chain(LogRecord& record, std::size_t length) {
     bool const isHead = record.message == errorHead && record.level == Err;
     if (m_errors.empty() && !isHead)
-        return Chain::NoPart;
+        return Chain::noPart;
     auto const giveUp = [&](std::vector<OpenError>::iterator error) {
         give(error, false, record);
-        return Chain::Given;
+        return Chain::given;
     };
     if (!m_errors.empty() &&
         (m_lines - m_errors.front().since > longestWait || m_errors.size() > mostOpenErrors))
@@ -219,7 +219,7 @@ LogReader::State::Chain LogReader::State::chain(LogRecord& record, std::size_t l
         return open.process == record.process && open.thread == record.thread;
     });
     if (record.thread == 0 || (error == m_errors.end() && !isHead))
-        return Chain::NoPart;
+        return Chain::noPart;
     bool const isMessage = record.message.starts_with(messageIndent);
     if (error == m_errors.end()) {
         error = m_errors.insert(error, {record.process, record.thread, m_lines, {}, {}});
@@ -231,9 +231,9 @@ LogReader::State::Chain LogReader::State::chain(LogRecord& record, std::size_t l
     consume(length);
     ++m_lines;
     if (!isMessage || isHead)
-        return Chain::Taken;
+        return Chain::taken;
     give(error, true, record);
-    return Chain::Given;
+    return Chain::given;
 }
 
 void LogReader::State::give(std::vector<OpenError>::iterator error, bool isWhole, LogRecord& record) {
@@ -249,14 +249,14 @@ void LogReader::State::give(std::vector<OpenError>::iterator error, bool isWhole
     parseLogLine(m_given.line(count - 1), record);
     record.message = isWhole ? record.message.substr(messageIndent.size()) : std::string_view();
     record.text = m_given.text;
-    record.kind = isWhole ? LogRecord::Kind::Whole : LogRecord::Kind::Cut;
+    record.kind = isWhole ? LogRecord::Kind::whole : LogRecord::Kind::cut;
 }
 
 bool LogReader::State::next(LogRecord& record) {
     bool isIdle = false;
     while (!scan(record, isIdle)) {
         if (isIdle)
-            return m_mode == Mode::Once && m_files.error().empty() && nextUnfinished(record);
+            return m_mode == Mode::once && m_files.error().empty() && nextUnfinished(record);
         isIdle = !m_files.more();
         m_searched = 0;
         if (!m_files.error().empty())
@@ -296,24 +296,24 @@ std::string LogReader::State::place() const {
 LogReader::Return LogReader::State::goTo(std::string_view place) {
     std::size_t count = 0;
     if (!place.starts_with(placeHead) || place.substr(placeHead.size(), 1) != "\n")
-        return Return::Malformed;
+        return Return::malformed;
     place.remove_prefix(placeHead.size() + 1);
     if (!takeNumber(place, count) || count > place.size())
-        return Return::Malformed;
+        return Return::malformed;
     std::vector<LogSequence::Place> files(count);
     for (LogSequence::Place& file : files)
         if (!takeNumber(place, file.device) || !takeNumber(place, file.inode) ||
             !takeNumber(place, file.offset) || !takeNumber(place, file.checkSum))
-            return Return::Malformed;
+            return Return::malformed;
     if (!takeNumber(place, count) || count > place.size())
-        return Return::Malformed;
+        return Return::malformed;
     std::vector<OpenError> errors(count);
     // Counted from a number that lets all of them have begun before it.
     std::uint64_t const lines = longestWait * 2;
     for (OpenError& error : errors) {
         std::uint64_t age = 0;
         if (!takeNumber(place, age) || age > lines || !takeNumber(place, count) || count == 0)
-            return Return::Malformed;
+            return Return::malformed;
         error.since = lines - age;
         for (; count > 0; --count) {
             LogRecord line;
@@ -321,7 +321,7 @@ LogReader::Return LogReader::State::goTo(std::string_view place) {
             if (!takeNumber(place, size) || size > place.size() ||
                 !parseLogLine(place.substr(0, size), line) ||
                 (error.lines.empty() ? line.message != errorHead : !isTrace(line.message)))
-                return Return::Malformed;
+                return Return::malformed;
             error.process = line.process;
             error.thread = line.thread;
             error.add(place.substr(0, size));
@@ -329,10 +329,10 @@ LogReader::Return LogReader::State::goTo(std::string_view place) {
         }
     }
     if (!place.empty())
-        return Return::Malformed;
+        return Return::malformed;
     m_errors = std::move(errors);
     m_lines = lines;
-    return m_files.goTo(files) ? Return::Found : Return::Gone;
+    return m_files.goTo(files) ? Return::found : Return::gone;
 }
 
 LogReader::LogReader(std::string const& path, Mode mode) : m_state(std::make_unique<State>(path, mode)) {}

@@ -1,44 +1,14 @@
 #pragma once
 
 #include <zun/Api.h>
-#include <zun/logger/ILogger.h>
+#include <zun/logger/LogRecord.h>
 
-#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace orvane_com::zun::logger {
-
-/// One record of a log: a message, of one line or more, or an error with its traces. Texts are the log's
-/// bytes, UTF-8 as far as the writers kept to it, and valid until the reader's next call.
-struct LogRecord {
-    enum class Kind : std::int32_t {
-        Whole,
-        /// Its end is missing: a killed process or a full device cut it, or an error's message never came.
-        Cut,
-        /// A line that no logger wrote.
-        Foreign
-    };
-
-    Kind kind = Kind::Foreign;
-    /// All its lines as they stand in the file, without the last line end.
-    std::string_view text;
-    /// Local time as "YYYY-MM-DD hh:mm:ss.mmm"; an error's is its message's. Empty where there is none.
-    std::string_view time;
-    std::int64_t process = 0;
-    /// 0 for a line without a thread.
-    std::uint64_t thread = 0;
-    /// The group, or the component, without brackets; empty where there is none.
-    std::string_view group;
-    std::optional<LogLevel> level;
-    std::string_view message;
-    /// What the thread was doing when the error came, outermost first.
-    std::vector<std::string_view> trace;
-};
 
 /// Reads a log, its backups and its live file, as one: record after record, each once and in the order of the
 /// files, while processes write and rotate it. An error whose lines are mixed with those of other threads is
@@ -50,14 +20,14 @@ class ZUN_API LogReader {
 public:
     enum class Mode : std::int32_t {
         /// To the end that the log has when the reader comes there.
-        Once,
+        once,
         /// Going on for ever, over rotations, deletions and truncations. Lines that a slow process adds to a
         /// file that was rotated away come late, but come. A last line without end waits for its end.
-        Following
+        following
     };
 
     /// `path` is the live file's, in UTF-8. The files are looked for by the first `next`.
-    explicit LogReader(std::string const& path, Mode mode = Mode::Once);
+    explicit LogReader(std::string const& path, Mode mode = Mode::once);
     ~LogReader();
     LogReader(LogReader const&) = delete;
     LogReader& operator=(LogReader const&) = delete;
@@ -78,11 +48,11 @@ public:
     std::string place() const;
 
     enum class Return : std::int32_t {
-        Found,
+        found,
         /// The file of the place is gone. The reader goes on with the oldest file that is newer.
-        Gone,
+        gone,
         /// Those are no place's bytes. Nothing was changed.
-        Malformed
+        malformed
     };
 
     /// Before the first `next`: goes on at a place.

@@ -1,5 +1,5 @@
-#include <zun/logger/parseLogLine.h>
 #include <zun/logger/LogSequence.h>
+#include <zun/logger/parseLogLine.h>
 #include <zun/platform/file/Place.h>
 #include <zun/platform/file/Refusal.h>
 
@@ -267,7 +267,7 @@ bool LogSequence::read() {
     if (!file.descriptor.isOpen())
         return false;
     if (!isUnchanged()) {
-        m_onceConsumed = Next::Restart;
+        m_onceConsumed = Next::restart;
         return m_begin < m_end;
     }
     if (std::size_t const dropped = m_begin - std::min(m_begin, checked); dropped != 0) {
@@ -353,7 +353,7 @@ bool LogSequence::endOfFile() {
     file.seen = m_offset + static_cast<std::int64_t>(m_end);
     if (m_late != noFile) {
         if (isExpired(m_late)) {
-            m_onceConsumed = Next::GiveUp;
+            m_onceConsumed = Next::giveUp;
         } else {
             file.checkSum = checkSum();
             select(noFile);
@@ -373,7 +373,7 @@ bool LogSequence::endOfFile() {
             selectLateFile();
             m_error = std::exchange(m_successorsError, {});
         } else {
-            m_onceConsumed = Next::Leave;
+            m_onceConsumed = Next::leave;
         }
         return true;
     }
@@ -386,17 +386,17 @@ bool LogSequence::endOfFile() {
     if (!m_isFollowing) {
         if (file.inode == 0)
             m_error = m_path + ": " + std::generic_category().message(ENOENT);
-        m_onceConsumed = Next::End;
+        m_onceConsumed = Next::end;
     }
     return false;
 }
 
 void LogSequence::settle() {
-    Next const next = std::exchange(m_onceConsumed, Next::Read);
-    if (next == Next::Leave) {
+    Next const next = std::exchange(m_onceConsumed, Next::read);
+    if (next == Next::leave) {
         leave();
         m_error = std::exchange(m_successorsError, {});
-    } else if (next == Next::GiveUp) {
+    } else if (next == Next::giveUp) {
         reading().checkSum = checkSum();
         reading().descriptor.close();
         select(noFile);
@@ -409,7 +409,7 @@ void LogSequence::settle() {
 
 bool LogSequence::more() {
     m_error.clear();
-    while (m_onceConsumed != Next::End) {
+    while (m_onceConsumed != Next::end) {
         if (isEnded())
             settle();
         else if (read())

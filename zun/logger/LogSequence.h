@@ -32,7 +32,7 @@ public:
     /// Where in that file they begin.
     std::int64_t offset() const { return m_offset + static_cast<std::int64_t>(m_begin); }
     /// Nothing more comes behind these bytes: the file was left, or what follows is another's.
-    bool isEnded() const { return m_onceConsumed != Next::Read; }
+    bool isEnded() const { return m_onceConsumed != Next::read; }
     void consume(std::size_t count) {
         m_begin += count;
         reading().offset = offset();
@@ -74,7 +74,7 @@ private:
     };
 
     /// What becomes of the file once its bytes are consumed.
-    enum class Next { Read, Restart, Leave, GiveUp, End };
+    enum class Next { read, restart, leave, giveUp, end };
 
     static bool isSame(Place const& place, struct stat const& status);
     static bool isReached(Place const& place, int descriptor);
@@ -125,7 +125,7 @@ private:
     std::size_t m_end = 0;
     /// Of the buffer's first byte, in the file.
     std::int64_t m_offset = 0;
-    Next m_onceConsumed = Next::Read;
+    Next m_onceConsumed = Next::read;
 };
 
 } // namespace orvane_com::zun::logger

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <zun/logger/LogReader.h>
+#include <zun/logger/LogRecord.h>
 
 #include <string_view>
 
