@@ -43,6 +43,7 @@ public:
     HKEY open(std::string const& path) {
         auto const handle = m_handles.try_emplace(registry::foldCase(path)).first;
         if (!handle->second)
+            // NOLINTNEXTLINE(performance-no-int-to-ptr): a number, as HKEY_LOCAL_MACHINE is
             handle->second = reinterpret_cast<HKEY>(++m_lastHandle);
         OpenKey& key = m_keys.try_emplace(handle->second, handle).first->second;
         key.path = path;

@@ -54,7 +54,7 @@ public:
 
 private:
     static constexpr std::size_t firstChunk = 2048;
-    static constexpr std::size_t largestChunk = 2 * 1024 * 1024;
+    static constexpr std::size_t largestChunk = std::size_t{2} * 1024 * 1024;
 
     static constexpr std::size_t aligned(std::size_t bytes) {
         return (bytes + alignof(void*) - 1) / alignof(void*) * alignof(void*);
