@@ -26,7 +26,8 @@ std::string valueText(unsigned long type, std::string const& bytes) {
     if (type == REG_SZ)
         return bytes.ends_with('\0') ? bytes.substr(0, bytes.size() - 1) : bytes;
     std::string text;
-    for (unsigned char const byte : bytes) {
+    for (char const character : bytes) {
+        auto const byte = static_cast<unsigned char>(character);
         char digits[4];
         std::snprintf(digits, sizeof digits, "%02x", byte);
         text += digits;
