@@ -35,9 +35,6 @@ void rest(std::chrono::microseconds time) {
     std::this_thread::sleep_for(time);
 }
 
-/// Need not be known to the system.
-constexpr uid_t strangerId = 54321;
-
 std::string counterName(std::size_t index) {
     return "counter" + std::to_string(index);
 }

@@ -53,6 +53,9 @@ void countUnderLock(Worker const& worker);
 /// Logs, and replaces a document and a setting, while the space runs out and comes back.
 void workInSmallSpace(Worker const& worker);
 
+/// Need not be known to the system.
+constexpr uid_t strangerId = 54321;
+
 /// As another local user: locks, links and plants on all that he may touch.
 void actAsStranger(Worker const& worker);
 

@@ -75,6 +75,22 @@ std::set<int> semaphoreSets() {
     return sets;
 }
 
+/// Takes the semaphores away that the stranger has planted.
+void removeStrangersSets(std::set<int> const& before) {
+    std::ifstream list("/proc/sysvipc/sem");
+    std::string line;
+    while (std::getline(list, line)) {
+        long key = 0;
+        int set = 0;
+        int permissions = 0;
+        int count = 0;
+        uid_t owner = 0;
+        if (std::istringstream(line) >> key >> set >> permissions >> count >> owner && owner == strangerId &&
+            !before.contains(set))
+            semctl(set, 0, IPC_RMID);
+    }
+}
+
 /// The directory of the named locks' files, made when it is missing and then removed at the end.
 class LockDirectory {
 public:
@@ -424,6 +440,7 @@ int main(int argc, char** argv) {
         hasSmallFileSystem = round.hasSmallFileSystem();
         round.run(std::min(end, Clock::now() + roundLength));
     } while (Clock::now() < end && !interrupted);
+    removeStrangersSets(setsBefore);
     if (!lockName.empty())
         settleSemaphores(*account, setsBefore, totals, lockName);
     return tellAccount(*account, totals, lockDirectory.isUsable(), hasSmallFileSystem) ? 0 : 1;
