@@ -1,32 +1,15 @@
 #include <zun/lock/LockStatus.h>
+#include <zun/lock/SemaphoreSet.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <dirent.h>
 #include <memory>
-#include <sys/ipc.h>
-#include <sys/sem.h>
 
 namespace orvane_com::zun::lock {
 
 namespace {
-
-// As UnixLock has them.
-constexpr char lockDirectory[] = "/Library/Orvane/zun/scratch/";
-constexpr int projectId = 3737;
-enum Semaphore : unsigned short { writerFlag, holderCount, referenceCount, semaphoreCount };
-
-#ifdef __APPLE__
-using SemctlArgument = ::semun;
-#else
-/// semctl(2) leaves the declaration to the caller.
-union SemctlArgument {
-    int val;
-    semid_ds* buf;
-    unsigned short* array;
-};
-#endif
 
 struct DirectoryCloser {
     void operator()(DIR* directory) const { closedir(directory); }
@@ -35,7 +18,7 @@ struct DirectoryCloser {
 } // namespace
 
 bool listLocks(std::vector<LockStatus>& locks) {
-    std::unique_ptr<DIR, DirectoryCloser> const directory(opendir(lockDirectory));
+    std::unique_ptr<DIR, DirectoryCloser> const directory(opendir(lock_path));
     if (!directory)
         return false;
     std::vector<LockStatus> all;
@@ -45,7 +28,7 @@ bool listLocks(std::vector<LockStatus>& locks) {
         std::array<unsigned short, semaphoreCount> values{};
         SemctlArgument argument{};
         argument.array = values.data();
-        key_t const key = name.starts_with('.') ? -1 : ftok((lockDirectory + name).c_str(), projectId);
+        key_t const key = name.starts_with('.') ? -1 : ftok((lock_path + name).c_str(), projectId);
         int const set = key != -1 ? semget(key, semaphoreCount, 0) : -1;
         if (set != -1 && semctl(set, 0, GETALL, argument) != -1) {
             bool const hasWriter = values[writerFlag] != 0;

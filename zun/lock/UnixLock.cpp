@@ -1,5 +1,6 @@
 #include <zun/linux/log.h>
 #include <zun/lock/LockFile.h>
+#include <zun/lock/SemaphoreSet.h>
 #include <zun/lock/UnixLock.h>
 #include <zun/platform/file/Permissions.h>
 #include <zun/platform/file/Place.h>
@@ -14,8 +15,6 @@
 #include <fcntl.h>
 #include <new>
 #include <optional>
-#include <sys/ipc.h>
-#include <sys/sem.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <thread>
@@ -27,31 +26,10 @@ namespace orvane_com::zun::lock {
 
 namespace {
 
-constexpr char lock_path[] = "/Library/Orvane/zun/scratch/";
 constexpr char fallbackPath[] = "/tmp/";
 constexpr wchar_t group[] = L"IPLock";
-constexpr int projectId = 3737;
 constexpr uid_t superUser = 0;
 constexpr std::chrono::seconds longestWait(10);
-
-/// What each semaphore of a set counts.
-enum Semaphore : unsigned short {
-    writerFlag,     // 1 while a writer holds the lock
-    holderCount,    // read holds, plus 1 for a write hold
-    referenceCount, // objects on the set
-    semaphoreCount
-};
-
-#ifdef __APPLE__
-using SemctlArgument = ::semun;
-#else
-/// semctl(2) leaves the declaration to the caller.
-union SemctlArgument {
-    int val;
-    semid_ds* buf;
-    unsigned short* array;
-};
-#endif
 
 /// The system takes every operation of a process back when the process ends.
 constexpr int wait = SEM_UNDO;
