@@ -242,7 +242,8 @@ TEST_F(ToolTest, TellsOfMessagesConfigurationAndItself) {
 TEST_F(ToolTest, RunsCommandsUnderALock) {
     if (geteuid() != 0)
         GTEST_SKIP() << "only the super-user has the locks' directory";
-    std::filesystem::create_directories("/Library/Orvane/zun/scratch");
+    std::filesystem::path directory = "/Library/Orvane/zun/scratch";
+    bool const isMade = create_directories(directory);
     std::string const name = "zun_tool_test_" + std::to_string(getpid());
     std::string const zun = std::string(ZUN_PROGRAM) + " lock ";
     EXPECT_EQ(runProgram({"lock", "run", name, "--", "sh", "-c", "exit 7"}).status, 7);
@@ -265,6 +266,9 @@ TEST_F(ToolTest, RunsCommandsUnderALock) {
     EXPECT_THAT(runProgram({"lock", "list"}).output, HasSubstr(name));
     EXPECT_EQ(runProgram({"lock", "clean", name}).status, 0);
     EXPECT_THAT(runProgram({"lock", "list"}).output, Not(HasSubstr(name)));
+    std::error_code inUse;
+    for (; isMade && directory != "/" && remove(directory, inUse); directory = directory.parent_path())
+        ;
 }
 
 } // namespace
